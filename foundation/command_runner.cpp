@@ -1,0 +1,172 @@
+#include "foundation/command_runner.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+
+#include "foundation/sysroot.h"
+#include "foundation/unique_fd.h"
+
+extern char** environ;
+
+namespace bayhal {
+namespace {
+
+bool is_command_boundary(char c) {
+  return c == ' ' || c == '\t' || c == '|' || c == ';' || c == '&' || c == '(' || c == '`' ||
+         c == '\n';
+}
+
+std::string resolve_program(std::string_view program) {
+  if (program.empty() || program.front() != '/' || sys_root().empty()) return std::string(program);
+  std::string candidate = sys_path(program);
+  struct stat st {};
+  if (::stat(candidate.c_str(), &st) == 0 && S_ISREG(st.st_mode)) return candidate;
+  return std::string(program);
+}
+
+int wait_for(pid_t pid) {
+  int status = 0;
+  while (::waitpid(pid, &status, 0) < 0) {
+    if (errno != EINTR) return -1;
+  }
+  return status;
+}
+
+void read_all(int fd, std::string& out) {
+  char buf[4096];
+  for (;;) {
+    ssize_t n = ::read(fd, buf, sizeof buf);
+    if (n > 0) {
+      out.append(buf, static_cast<size_t>(n));
+    } else if (n == 0 || errno != EINTR) {
+      return;
+    }
+  }
+}
+
+// Spawns argv with stdout to a pipe when `output` is wanted. Returns the wait status.
+int spawn_and_wait(const std::vector<std::string>& argv, std::string* output) {
+  if (argv.empty()) return -1;
+  std::vector<char*> args;
+  args.reserve(argv.size() + 1);
+  for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+  args.push_back(nullptr);
+
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  int pipefd[2] = {-1, -1};
+  if (output != nullptr) {
+    if (::pipe2(pipefd, O_CLOEXEC) != 0) {
+      posix_spawn_file_actions_destroy(&actions);
+      return -1;
+    }
+    posix_spawn_file_actions_adddup2(&actions, pipefd[1], STDOUT_FILENO);
+  }
+  UniqueFd read_end(pipefd[0]);
+  UniqueFd write_end(pipefd[1]);
+  pid_t pid = 0;
+  int rc = ::posix_spawn(&pid, args[0], &actions, nullptr, args.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (rc != 0) return -1;
+  write_end.reset();
+  if (output != nullptr) read_all(read_end.get(), *output);
+  return wait_for(pid);
+}
+
+class RealRunner : public CommandRunner {
+ public:
+  int shell(const std::string& line) override {
+    return spawn_and_wait({"/bin/sh", "-c", reroot_command_line(line)}, nullptr);
+  }
+  int shell_read(const std::string& line, std::string& output) override {
+    return spawn_and_wait({"/bin/sh", "-c", reroot_command_line(line)}, &output);
+  }
+  int exec(const std::vector<std::string>& argv, std::string* output) override {
+    if (argv.empty()) return -1;
+    std::vector<std::string> resolved(argv);
+    resolved[0] = resolve_program(argv[0]);
+    // The shell's convention for a program that cannot be run.
+    if (::access(resolved[0].c_str(), X_OK) != 0) return 127;
+    int status = spawn_and_wait(resolved, output);
+    if (status < 0) return -1;
+    if (WIFEXITED(status)) return WEXITSTATUS(status);
+    if (WIFSIGNALED(status)) return 128 + WTERMSIG(status);
+    return -1;
+  }
+};
+
+RealRunner g_real;
+std::atomic<CommandRunner*> g_runner{&g_real};
+
+}  // namespace
+
+CommandRunner& runner() { return *g_runner.load(std::memory_order_acquire); }
+
+void set_runner(CommandRunner* r) { g_runner.store(r ? r : &g_real, std::memory_order_release); }
+
+std::string reroot_command_line(std::string_view line) {
+  if (sys_root().empty()) return std::string(line);
+  std::string out;
+  out.reserve(line.size() + 64);
+  char quote = 0;
+  bool at_command = true;
+  size_t i = 0;
+  while (i < line.size()) {
+    char c = line[i];
+    if (quote != 0) {
+      out.push_back(c);
+      if (c == quote) quote = 0;
+      ++i;
+      continue;
+    }
+    if (c == '\'' || c == '"') {
+      quote = c;
+      at_command = false;
+      out.push_back(c);
+      ++i;
+      continue;
+    }
+    if (at_command && c == '/') {
+      size_t end = i;
+      while (end < line.size() && !is_command_boundary(line[end])) ++end;
+      out += resolve_program(line.substr(i, end - i));
+      at_command = false;
+      i = end;
+      continue;
+    }
+    if (is_command_boundary(c)) {
+      // Only separators start a new command; a blank keeps the current state.
+      if (c != ' ' && c != '\t') at_command = true;
+    } else {
+      at_command = false;
+    }
+    out.push_back(c);
+    ++i;
+  }
+  return out;
+}
+
+std::string shell_quote(std::string_view text) {
+  std::string out = "'";
+  for (char c : text) {
+    if (c == '\'')
+      out += "'\\''";
+    else
+      out.push_back(c);
+  }
+  out.push_back('\'');
+  return out;
+}
+
+int exit_code_of(int wait_status) {
+  if (wait_status < 0 || !WIFEXITED(wait_status)) return -1;
+  return WEXITSTATUS(wait_status);
+}
+
+}  // namespace bayhal

@@ -1,0 +1,184 @@
+// ERR_TRACE: many processes append to one log, serialised by a record lock on a separate
+// lock file so that rotation (a rename of the log) never races with a writer. The call
+// must not allocate: it runs in signal-adjacent and out-of-memory paths of its callers.
+#include "foundation/err_trace.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include "bayhal/ERR_TRACE.h"
+#include "foundation/clock.h"
+#include "foundation/export.h"
+#include "foundation/sysroot.h"
+
+namespace bayhal {
+namespace {
+
+constexpr unsigned kDefaultMask = 0xFFCB;
+constexpr char kControlFile[] = "/var/log/hal_lib.log.conf";
+constexpr char kLockFile[] = "/var/lock/hal_lib.log.lck";
+constexpr off_t kRotateAbove = 0x80000;
+constexpr size_t kRecordSize = 1024;
+
+struct TraceState {
+  unsigned mask = kDefaultMask;
+  char path[128] = "/var/log/hal_lib.log";
+  bool rotation = true;
+  struct timespec stamp {};
+  // The process name is fixed at exec; it is read once per process id, not per line.
+  pid_t name_pid = 0;
+  char name[256] = "";
+};
+TraceState g_state;
+
+void report_to_kmsg(const char* what, int line, int err) {
+  char msg[256];
+  int n = std::snprintf(msg, sizeof msg, "SysCallERR: [%s@%s:%d,errno=%d] %s\n\n", "ERR_TRACE",
+                        "err_trace", line, err, what);
+  SysPath kmsg("/dev/kmsg");
+  int fd = ::open(kmsg.c_str(), O_RDWR | O_CLOEXEC);
+  if (fd < 0) return;
+  if (n > 0) (void)!::write(fd, msg, static_cast<size_t>(n) < sizeof msg ? n : sizeof msg - 1);
+  ::close(fd);
+}
+
+bool same_time(const struct timespec& a, const struct timespec& b) {
+  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+// Re-reads the control file when its modification time moved. The stamp is stored even
+// when the file cannot be opened, so an unreadable file is not retried until it changes.
+void reload_control_file() {
+  SysPath control(kControlFile);
+  struct stat st {};
+  if (::stat(control.c_str(), &st) != 0 || same_time(st.st_mtim, g_state.stamp)) return;
+  int fd = ::open(control.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd >= 0) {
+    char line[256];
+    ssize_t n = ::read(fd, line, sizeof line - 1);
+    ::close(fd);
+    line[n > 0 ? n : 0] = '\0';
+    line[std::strcspn(line, "\n")] = '\0';
+    char* save = nullptr;
+    if (char* mask = strtok_r(line, "\n:", &save)) {
+      g_state.mask = static_cast<unsigned>(std::strtoul(mask, nullptr, 0));
+      if (char* path = strtok_r(nullptr, "\n:", &save)) {
+        std::snprintf(g_state.path, sizeof g_state.path, "%s", path);
+        g_state.rotation = false;
+      }
+    }
+  }
+  g_state.stamp = st.st_mtim;
+}
+
+const char* process_name() {
+  pid_t pid = ::getpid();
+  if (g_state.name_pid == pid) return g_state.name;
+  g_state.name[0] = '\0';
+  char comm[64];
+  std::snprintf(comm, sizeof comm, "/proc/%d/comm", static_cast<int>(pid));
+  int fd = ::open(comm, O_RDONLY | O_CLOEXEC);
+  if (fd >= 0) {
+    ssize_t n = ::read(fd, g_state.name, sizeof g_state.name - 1);
+    ::close(fd);
+    // The last byte read is the kernel's newline; an empty read leaves an empty name.
+    if (n > 0) g_state.name[n - 1] = '\0';
+  }
+  g_state.name_pid = pid;
+  return g_state.name;
+}
+
+// Builds prefix + message into `line`; returns the length including the single newline.
+size_t format_record(char (&line)[kRecordSize], const char* format, va_list args) {
+  std::time_t now = clock().now();
+  struct tm tm {};
+  localtime_r(&now, &tm);
+  int p = std::snprintf(line, kRecordSize, "%04d-%02d-%02d %02d:%02d:%02d [%5d %-15s] ",
+                        tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min,
+                        tm.tm_sec, static_cast<int>(::getpid()), process_name());
+  size_t used = p > 0 ? static_cast<size_t>(p) : 0;
+  if (used > kRecordSize - 1) used = kRecordSize - 1;
+  int m = std::vsnprintf(line + used, kRecordSize - used, format, args);
+  size_t counted = used + (m > 0 ? static_cast<size_t>(m) : 0);
+  size_t text = counted < kRecordSize - 1 ? counted : kRecordSize - 1;
+  if (text > 0 && line[text - 1] == '\n')
+    --text;
+  else if (counted >= kRecordSize - 1)
+    text = kRecordSize - 2;
+  line[text] = '\n';
+  line[text + 1] = '\0';
+  return text + 1;
+}
+
+bool set_lock(int fd, short type, int cmd) {
+  struct flock fl {};
+  fl.l_type = type;
+  fl.l_whence = SEEK_SET;
+  for (;;) {
+    if (::fcntl(fd, cmd, &fl) == 0) return true;
+    if (errno != EINTR) return false;
+  }
+}
+
+void rotate_if_large(const char* log) {
+  struct stat st {};
+  if (!g_state.rotation || ::stat(log, &st) != 0 || st.st_size <= kRotateAbove) return;
+  char bak[sizeof(SysPath) + 8];
+  std::snprintf(bak, sizeof bak, "%s.bak", log);
+  if (::rename(log, bak) != 0) report_to_kmsg("backup log file failed", __LINE__, errno);
+}
+
+void append_record(const char* format, va_list args) {
+  SysPath log(g_state.path);
+  rotate_if_large(log.c_str());
+  int fd = ::open(log.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+  if (fd < 0) {
+    report_to_kmsg("open log file failed", __LINE__, errno);
+    return;
+  }
+  char line[kRecordSize];
+  size_t len = format_record(line, format, args);
+  (void)!::write(fd, line, len);
+  ::close(fd);
+}
+
+}  // namespace
+
+void trace_reset_state() { g_state = TraceState{}; }
+unsigned trace_mask() { return g_state.mask; }
+const char* trace_log_path() { return g_state.path; }
+bool trace_rotation_enabled() { return g_state.rotation; }
+
+}  // namespace bayhal
+
+BAYHAL_EXPORT int ERR_TRACE(unsigned int level,
+                            const char* format, ...) {
+  using namespace bayhal;
+  reload_control_file();
+  if ((level & g_state.mask) == 0) return 0;
+
+  SysPath lock_path(kLockFile);
+  int lock = ::open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0700);
+  if (lock < 0) {
+    report_to_kmsg("open file lock failed", __LINE__, errno);
+    return -1;
+  }
+  if (!set_lock(lock, F_WRLCK, F_SETLKW)) report_to_kmsg("fcntl failed", __LINE__, errno);
+
+  va_list args;
+  va_start(args, format);
+  append_record(format, args);
+  va_end(args);
+
+  if (!set_lock(lock, F_UNLCK, F_SETLK)) report_to_kmsg("fcntl failed", __LINE__, errno);
+  ::close(lock);
+  return 0;
+}

@@ -1,0 +1,65 @@
+// Small helpers shared by every family.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "bayhal/ERR_TRACE.h"
+#include "bayhal/hal_common.h"
+#include "foundation/clock.h"
+#include "foundation/sysroot.h"
+
+#include "foundation/export.h"
+
+BAYHAL_EXPORT char* num_to_ascii(const unsigned char* bytes, int count, char* out, int out_size) {
+  if (out == nullptr || out_size <= 0) return out;
+  std::memset(out, 0, static_cast<size_t>(out_size));
+  if (bytes == nullptr) return out;
+  // Callers size the output as 2 * count + 1; the cap only keeps a wrong caller in bounds.
+  for (int i = 0; i < count && 2 * i + 2 < out_size; ++i)
+    std::snprintf(out + 2 * i, 3, "%02X", bytes[i]);
+  return out;
+}
+
+BAYHAL_EXPORT int fork_orphaned(void) {
+  pid_t child = ::fork();
+  if (child < 0) return -1;
+  if (child == 0) {
+    pid_t grandchild = ::fork();
+    if (grandchild < 0) ::_exit(127);
+    if (grandchild > 0) ::_exit(0);
+    return static_cast<int>(::getpid());
+  }
+  int status = 0;
+  while (::waitpid(child, &status, 0) < 0) {
+    if (errno != EINTR) return -1;
+  }
+  if (!WIFEXITED(status)) return -1;
+  return WEXITSTATUS(status) == 127 ? -ENOENT : 0;
+}
+
+BAYHAL_EXPORT long hal_get_system_uptime(void) { return bayhal::clock().uptime(); }
+
+BAYHAL_EXPORT int hal_set_last_uptime(const char* path) {
+  if (path == nullptr) return -1;
+  FILE* f = std::fopen(bayhal::sys_path(path).c_str(), "w");
+  if (f == nullptr) return -1;
+  std::fprintf(f, "%ld\n", hal_get_system_uptime());
+  std::fclose(f);
+  return 0;
+}
+
+BAYHAL_EXPORT long hal_get_last_uptime(const char* path) {
+  if (path == nullptr) return 0;
+  FILE* f = std::fopen(bayhal::sys_path(path).c_str(), "r");
+  if (f == nullptr) return 0;
+  long value = 0;
+  if (std::fscanf(f, "%ld", &value) != 1) {
+    ERR_TRACE(HAL_TRACE_ERROR, "fscanf failed\n");
+    value = 0;
+  }
+  std::fclose(f);
+  return value;
+}

@@ -1,0 +1,65 @@
+#include "foundation/command_runner.h"
+
+#include "tests/support/sandbox_root.h"
+
+namespace bayhal {
+namespace {
+
+using test::SandboxTest;
+
+class CommandRunnerTest : public SandboxTest {};
+
+TEST_F(CommandRunnerTest, ShellFormRunsStandInUnderRootAndFallsBackToRealPrograms) {
+  root.stand_in("/sbin/udevadm");
+  int status = runner().shell("/sbin/udevadm control --env=a=b | /bin/cat >/dev/null");
+  EXPECT_EQ(exit_code_of(status), 0);
+  EXPECT_EQ(root.calls("udevadm"), std::vector<std::string>{"control --env=a=b"});
+}
+
+TEST_F(CommandRunnerTest, ShellReadCapturesOutputAndStatus) {
+  root.stand_in("/sbin/dmidecode", "Option 1: Thunderbolt\n", 3);
+  std::string out;
+  int status = runner().shell_read("/sbin/dmidecode -q -t 12 | /bin/grep \"Option 1\"", out);
+  EXPECT_EQ(out, "Option 1: Thunderbolt\n");
+  EXPECT_EQ(exit_code_of(status), 0);  // grep's status: the last command of the pipe
+  out.clear();
+  EXPECT_EQ(exit_code_of(runner().shell_read("/sbin/dmidecode", out)), 3);
+}
+
+TEST_F(CommandRunnerTest, ArgvFormNeverInterpretsCallerText) {
+  root.stand_in("/sbin/log_tool");
+  std::string hostile = "x'; touch " + root.path("/pwned") + "; echo '";
+  EXPECT_EQ(runner().exec({"/sbin/log_tool", "-t", hostile}), 0);
+  EXPECT_FALSE(root.exists("/pwned"));
+  ASSERT_EQ(root.calls("log_tool").size(), 1u);
+  EXPECT_EQ(root.calls("log_tool")[0], "-t " + hostile);
+}
+
+TEST_F(CommandRunnerTest, QuotedTextStaysOneWordThroughTheShell) {
+  root.stand_in("/sbin/echoer");
+  std::string hostile = "a b'$(touch " + root.path("/pwned") + ")'\"c";
+  runner().shell("/sbin/echoer " + shell_quote(hostile));
+  EXPECT_FALSE(root.exists("/pwned"));
+  EXPECT_EQ(root.calls("echoer"), std::vector<std::string>{hostile});
+}
+
+TEST_F(CommandRunnerTest, MissingProgramAndSignalsAreReported) {
+  EXPECT_EQ(runner().exec({"/sbin/does-not-exist"}), 127);
+  EXPECT_EQ(runner().exec({"/bin/sh", "-c", "kill -9 $$"}), 128 + 9);
+  EXPECT_EQ(runner().exec({}), -1);
+}
+
+TEST(RerootCommandLine, OnlyCommandPositionsAreRewritten) {
+  test::SandboxRoot root;
+  root.stand_in("/sbin/tool");
+  std::string r = root.dir();
+  EXPECT_EQ(reroot_command_line("/sbin/tool /sbin/tool; /sbin/tool|/sbin/tool"),
+            r + "/sbin/tool /sbin/tool; " + r + "/sbin/tool|" + r + "/sbin/tool");
+  EXPECT_EQ(reroot_command_line("echo '/sbin/tool' 2>/dev/null"),
+            "echo '/sbin/tool' 2>/dev/null");
+  EXPECT_EQ(reroot_command_line("/bin/true && /sbin/tool &"),
+            "/bin/true && " + r + "/sbin/tool &");
+}
+
+}  // namespace
+}  // namespace bayhal

@@ -35,6 +35,14 @@ void print_table(const Table& t) {
 
 }  // namespace
 
+CLI::App* area(CLI::App& app, const std::string& name, const std::string& description) {
+  for (CLI::App* sub : app.get_subcommands([](CLI::App*) { return true; }))
+    if (sub->get_name() == name) return sub;
+  CLI::App* sub = app.add_subcommand(name, description);
+  sub->require_subcommand(1);
+  return sub;
+}
+
 bool register_command(Registrar r) {
   registrars().push_back(r);
   return true;

@@ -31,6 +31,10 @@ void emit(const Context& ctx, const nlohmann::json& j, const std::string& text);
 // Reports a failed operation on stderr and sets exit code 1.
 void fail(Context& ctx, const std::string& message);
 
+// The area subcommand `name` ("disk", "enc", ...), created on first use so that several
+// command files can add verbs under one area.
+CLI::App* area(CLI::App& app, const std::string& name, const std::string& description);
+
 using Registrar = void (*)(CLI::App& app, Context& ctx);
 // Adds a registrar; called from static initialisers in each command file.
 bool register_command(Registrar r);

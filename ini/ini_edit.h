@@ -1,0 +1,30 @@
+// Text edits of an INI file that keep every byte they do not touch.
+#pragma once
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace bayhal::ini {
+
+struct Edit {
+  std::string_view section;
+  std::vector<std::pair<std::string_view, std::string_view>> set;  // key, value
+  std::vector<std::string_view> remove;                            // keys to delete
+  bool remove_section = false;
+};
+
+enum class EditResult { unchanged, changed, not_ini };
+
+// Applies `edit` to `text` into `out` in one pass over the lines plus one copy. An existing
+// key keeps its line and spelling, only the value is replaced; a new key goes after the
+// last key line of the section's first block (the unnamed section: before the first
+// header); a new section goes at the end of the file. Removing a section drops its
+// header, its keys and the blank lines after them, but keeps comments that lead into the
+// next section. The text is checked on the way: `not_ini` (with the 1-based `bad_line`)
+// when a line is neither blank, comment, [section] nor key = value.
+EditResult apply_edit(std::string_view text, const Edit& edit, std::string& out,
+                      size_t* bad_line = nullptr);
+
+}  // namespace bayhal::ini

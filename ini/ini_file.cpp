@@ -1,0 +1,174 @@
+#include "ini/ini_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "bayhal/ERR_TRACE.h"
+#include "foundation/unique_fd.h"
+#include "ini/ini_lock.h"
+
+namespace bayhal::ini {
+namespace {
+
+bool write_all(int fd, std::string_view data) {
+  while (!data.empty()) {
+    ssize_t n = ::write(fd, data.data(), data.size());
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    data.remove_prefix(static_cast<size_t>(n));
+  }
+  return true;
+}
+
+void fsync_dir_of(const std::string& path) {
+  size_t slash = path.rfind('/');
+  std::string dir = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+  UniqueFd d(::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (d) ::fsync(d.get());
+}
+
+// Writes `data` to "<target>.tmp" and renames it over `target`. The temporary name is
+// fixed: only the lock holder writes it, and a killed writer's leftover is simply
+// truncated by the next one. Readers never open it.
+int replace_file(const char* who, const std::string& target, std::string_view data,
+                 mode_t mode, bool durable) {
+  std::string tmp = target + ".tmp";
+  UniqueFd fd(::open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, mode));
+  if (!fd) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot create %s: %s\n", who, tmp.c_str(), std::strerror(errno));
+    return -1;
+  }
+  if (!write_all(fd.get(), data) || (durable && ::fsync(fd.get()) != 0)) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot write %s: %s\n", who, tmp.c_str(), std::strerror(errno));
+    fd.reset();
+    ::unlink(tmp.c_str());
+    return -1;
+  }
+  ::fchmod(fd.get(), mode);  // O_CREAT's mode only applies to a new temporary
+  if (::close(fd.release()) != 0 || ::rename(tmp.c_str(), target.c_str()) != 0) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot replace %s: %s\n", who, target.c_str(),
+              std::strerror(errno));
+    ::unlink(tmp.c_str());
+    return -1;
+  }
+  if (durable) fsync_dir_of(target);
+  return 0;
+}
+
+}  // namespace
+
+void FileBuffer::grow(size_t want) {
+  if (want <= cap_) return;
+  size_t cap = cap_ == 0 ? 16384 : cap_;
+  while (cap < want) cap *= 2;
+  auto bigger = std::make_unique_for_overwrite<char[]>(cap);
+  if (len_ > 0) std::memcpy(bigger.get(), data_.get(), len_);
+  data_ = std::move(bigger);
+  cap_ = cap;
+}
+
+int FileBuffer::load(const char* path, const char* who) {
+  len_ = 0;
+  UniqueFd fd(::open(path, O_RDONLY | O_CLOEXEC));
+  if (!fd) {
+    if (errno == ENOENT || errno == ENOTDIR) return 0;
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot open %s: %s\n", who, path, std::strerror(errno));
+    return -1;
+  }
+  struct stat st {};
+  if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is not a regular file\n", who, path);
+    return -1;
+  }
+  grow(static_cast<size_t>(st.st_size) + 1);
+  for (;;) {
+    if (len_ == cap_) grow(cap_ * 2);
+    ssize_t n = ::read(fd.get(), data_.get() + len_, cap_ - len_);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) {
+      ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot read %s: %s\n", who, path, std::strerror(errno));
+      len_ = 0;
+      return -1;
+    }
+    len_ += static_cast<size_t>(n);
+    // A short read of a regular file is its end; the room left over saves a second call.
+    if (n == 0 || len_ < cap_) return 1;
+  }
+}
+
+FileBuffer& read_buffer() {
+  thread_local FileBuffer buf;
+  return buf;
+}
+
+bool resolve(const char* who, const char* file, SysPath& out) {
+  if (file == nullptr || *file == '\0') {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: no file given\n", who);
+    return false;
+  }
+  out = SysPath(file);
+  if (!out.ok()) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: path too long: %.64s...\n", who, file);
+    return false;
+  }
+  return true;
+}
+
+bool is_persistent(std::string_view appliance_path) {
+  return appliance_path.starts_with("/etc/config/");
+}
+
+int locked_update(const char* who, const char* file,
+                  int (*decide)(std::string_view text, Edit& edit, void* ctx), void* ctx) {
+  SysPath path("");
+  if (!resolve(who, file, path)) return -1;
+  WriteLock lock(lock_path_of(path.view()));
+  if (!lock.ok()) return -1;
+
+  // A symlinked store stays a symlink: the rename replaces the file it points at.
+  std::string target(path.view());
+  struct stat st {};
+  mode_t mode = 0644;
+  if (::lstat(target.c_str(), &st) == 0) {
+    if (S_ISLNK(st.st_mode)) {
+      char real[PATH_MAX];
+      if (::realpath(target.c_str(), real) != nullptr) target = real;
+      if (::stat(target.c_str(), &st) == 0) mode = st.st_mode & 07777;
+    } else {
+      mode = st.st_mode & 07777;
+    }
+  }
+  thread_local FileBuffer in;
+  if (in.load(target.c_str(), who) < 0) return -1;
+  Edit edit;
+  int rc = decide(in.view(), edit, ctx);
+  if (rc < 0) return rc;
+  thread_local std::string out;
+  size_t bad_line = 0;
+  switch (apply_edit(in.view(), edit, out, &bad_line)) {
+    case EditResult::unchanged:
+      return 0;
+    case EditResult::not_ini:
+      ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is not an INI file (line %zu), left as it is\n", who,
+                file, bad_line);
+      return -1;
+    case EditResult::changed:
+      break;
+  }
+  return replace_file(who, target, out, mode, is_persistent(file)) == 0 ? 1 : -1;
+}
+
+int update(const char* who, const char* file, const Edit& edit) {
+  return update_with(who, file, [&](std::string_view, Edit& e) {
+    e = edit;
+    return 0;
+  });
+}
+
+}  // namespace bayhal::ini

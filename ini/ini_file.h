@@ -1,0 +1,59 @@
+// File access of the store: one whole-file read, and one locked read-modify-replace.
+#pragma once
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+#include "foundation/sysroot.h"
+#include "ini/ini_edit.h"
+
+namespace bayhal::ini {
+
+// A growable read buffer that is never zero-filled; each thread keeps one for reads.
+class FileBuffer {
+ public:
+  std::string_view view() const { return {data_.get(), len_}; }
+  // Reads the whole file: 1 read, 0 missing, -1 error (traced as `who`).
+  int load(const char* path, const char* who);
+
+ private:
+  void grow(size_t want);
+  std::unique_ptr<char[]> data_;
+  size_t cap_ = 0;
+  size_t len_ = 0;
+};
+
+FileBuffer& read_buffer();
+
+// Resolves a caller's path: false (traced as `who`) when it is null, empty or too long.
+bool resolve(const char* who, const char* file, SysPath& out);
+
+// Files under /etc/config survive power loss: they are fsync'ed before the rename.
+bool is_persistent(std::string_view appliance_path);
+
+// Applies `edit` to `file` under its write lock and replaces the file when it changed.
+// 1 when written, 0 when nothing changed (the file is then not touched, nor created),
+// -1 on failure (not an INI file, a directory, no space...), traced as `who`.
+int update(const char* who, const char* file, const Edit& edit);
+
+// A read-modify-write whose change depends on the current text: `decide(text, edit)` is
+// called under the lock and fills `edit`; it returns a negative result to abort.
+template <typename Decide>
+int update_with(const char* who, const char* file, Decide&& decide);
+
+int locked_update(const char* who, const char* file,
+                  int (*decide)(std::string_view text, Edit& edit, void* ctx), void* ctx);
+
+template <typename Decide>
+int update_with(const char* who, const char* file, Decide&& decide) {
+  return locked_update(
+      who, file,
+      [](std::string_view text, Edit& edit, void* ctx) {
+        return (*static_cast<std::remove_reference_t<Decide>*>(ctx))(text, edit);
+      },
+      &decide);
+}
+
+}  // namespace bayhal::ini

@@ -1,0 +1,62 @@
+// The INI text form, with no file access: line classification and the scans that every
+// store operation is built from. Pure functions over a buffer, so the fuzzer drives them
+// directly and the read path allocates nothing per line.
+#pragma once
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace bayhal::ini {
+
+enum class LineKind { blank, comment, section, key, bad };
+
+struct Line {
+  LineKind kind = LineKind::blank;
+  std::string_view name;   // section name or key, trimmed
+  std::string_view value;  // value of a key line, trimmed
+};
+
+// Classifies one line (without its '\n'; a trailing '\r' is ignored).
+Line classify(std::string_view line);
+
+// Calls `fn(line_text, line)` for every line in file order, `line_text` without its '\n'.
+// Stops early when fn returns false.
+template <typename Fn>
+void for_each_line(std::string_view text, Fn&& fn) {
+  size_t pos = 0;
+  while (pos < text.size()) {
+    size_t nl = text.find('\n', pos);
+    size_t end = nl == std::string_view::npos ? text.size() : nl;
+    std::string_view raw = text.substr(pos, end - pos);
+    if (!fn(raw, classify(raw))) return;
+    pos = end + 1;
+  }
+}
+
+// The value of `key` in `section` ("" is the unnamed leading section). Sections named
+// more than once read as one; the first occurrence of a key wins. False when missing.
+bool find_value(std::string_view text, std::string_view section, std::string_view key,
+                std::string_view& value);
+
+// Every key of `section` in file order (first occurrence of each key). False when the
+// section is missing; the unnamed leading section exists when it holds a key.
+bool collect_section(std::string_view text, std::string_view section,
+                     std::vector<std::pair<std::string, std::string>>& out);
+
+// Names of the [section] lines in file order, each once.
+std::vector<std::string> section_names(std::string_view text);
+
+// True when the text is an INI file: no NUL byte and every line blank, a comment, a
+// [section] line or a key = value line. On false, `bad_line` is the 1-based line number.
+bool is_ini(std::string_view text, size_t* bad_line = nullptr);
+
+// Names and values a writer can store so that they read back unchanged.
+bool valid_section_name(std::string_view s);
+bool valid_key(std::string_view k);
+bool valid_value(std::string_view v);
+
+std::string_view trim(std::string_view s);
+
+}  // namespace bayhal::ini

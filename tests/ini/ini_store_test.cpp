@@ -1,0 +1,69 @@
+// The internal section reader and multi-key writer.
+#include "ini/ini_store.h"
+
+#include "tests/support/sandbox_root.h"
+
+namespace bayhal {
+namespace {
+
+using ini::read_section;
+using ini::write_keys;
+using test::SandboxTest;
+
+using IniStore = SandboxTest;
+
+TEST_F(IniStore, ReadSectionReturnsKeysInFileOrder) {
+  root.write("/etc/hal.conf",
+             "top = 1\n[Enclosure_0]\nenc_sys_id = root\nmax_disk_num = 8\n"
+             "cap = 0x1F\n[Enclosure_1]\nenc_sys_id = usb1\n[Enclosure_0]\nlate = x\n");
+  auto s = read_section("/etc/hal.conf", "Enclosure_0");
+  ASSERT_TRUE(s.has_value());
+  ASSERT_EQ(s->entries.size(), 4u);
+  EXPECT_EQ(s->entries[0], (std::pair<std::string, std::string>{"enc_sys_id", "root"}));
+  EXPECT_EQ(s->entries[3].first, "late");
+  EXPECT_EQ(s->get_int("max_disk_num"), 8);
+  EXPECT_EQ(s->get_int("cap", true), 31);
+  EXPECT_EQ(s->get_int("enc_sys_id"), std::nullopt);
+  EXPECT_EQ(s->get_int("absent"), std::nullopt);
+  char buf[4] = "zz";
+  EXPECT_TRUE(s->get_text("enc_sys_id", buf, sizeof buf));
+  EXPECT_STREQ(buf, "roo");
+  EXPECT_FALSE(s->get_text("absent", buf, sizeof buf));
+  EXPECT_FALSE(s->get_text("enc_sys_id", buf, 0));
+  EXPECT_STREQ(buf, "roo");
+
+  auto lead = read_section("/etc/hal.conf", "");
+  ASSERT_TRUE(lead.has_value());
+  EXPECT_EQ(lead->entries.size(), 1u);
+  EXPECT_FALSE(read_section("/etc/hal.conf", "Enclosure_9").has_value());
+  EXPECT_FALSE(read_section("/etc/none.conf", "Enclosure_0").has_value());
+  EXPECT_EQ(ini::list_sections("/etc/hal.conf"),
+            (std::vector<std::string>{"Enclosure_0", "Enclosure_1"}));
+  EXPECT_TRUE(ini::list_sections("/etc/none.conf").empty());
+}
+
+TEST_F(IniStore, EmptySectionExists) {
+  root.write("/etc/x.conf", "[empty]\n[full]\nk = v\n");
+  auto s = read_section("/etc/x.conf", "empty");
+  ASSERT_TRUE(s.has_value());
+  EXPECT_TRUE(s->entries.empty());
+}
+
+TEST_F(IniStore, WriteKeysSetsAndRemovesInOneWrite) {
+  root.write("/etc/hal.conf", "[Enclosure_0]\na = 1\nb = 2\n# note\n[Other]\nz = 0\n");
+  EXPECT_EQ(write_keys("/etc/hal.conf", "Enclosure_0", {{"a", "10"}, {"c", "3"}, {"d", "4"}},
+                       {"b"}),
+            0);
+  EXPECT_EQ(root.read("/etc/hal.conf"),
+            "[Enclosure_0]\na = 10\nc = 3\nd = 4\n# note\n[Other]\nz = 0\n");
+  EXPECT_EQ(write_keys("/etc/hal.conf", "New", {{"k", "v"}}), 0);
+  EXPECT_EQ(root.read("/etc/hal.conf"),
+            "[Enclosure_0]\na = 10\nc = 3\nd = 4\n# note\n[Other]\nz = 0\n\n[New]\nk = v\n");
+  // One bad key refuses the whole write.
+  EXPECT_LT(write_keys("/etc/hal.conf", "New", {{"ok", "1"}, {"bad=key", "2"}}), 0);
+  EXPECT_LT(write_keys("/etc/hal.conf", "New", {{"ok", "line\nbreak"}}), 0);
+  EXPECT_EQ(read_section("/etc/hal.conf", "New")->entries.size(), 1u);
+}
+
+}  // namespace
+}  // namespace bayhal

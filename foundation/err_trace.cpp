@@ -27,6 +27,7 @@ constexpr char kControlFile[] = "/var/log/hal_lib.log.conf";
 constexpr char kLockFile[] = "/var/lock/hal_lib.log.lck";
 constexpr off_t kRotateAbove = 0x80000;
 constexpr size_t kRecordSize = 1024;
+constexpr size_t kControlLine = 256;
 
 struct TraceState {
   unsigned mask = kDefaultMask;
@@ -39,19 +40,35 @@ struct TraceState {
 };
 TraceState g_state;
 
+// The logger's own failures go to the kernel log; when that is not there either, they
+// are dropped (there is nowhere left to say it).
 void report_to_kmsg(const char* what, int line, int err) {
   char msg[256];
   int n = std::snprintf(msg, sizeof msg, "SysCallERR: [%s@%s:%d,errno=%d] %s\n\n", "ERR_TRACE",
                         "err_trace", line, err, what);
+  if (n <= 0) return;
   SysPath kmsg("/dev/kmsg");
   int fd = ::open(kmsg.c_str(), O_RDWR | O_CLOEXEC);
   if (fd < 0) return;
-  if (n > 0) (void)!::write(fd, msg, static_cast<size_t>(n) < sizeof msg ? n : sizeof msg - 1);
+  size_t len = static_cast<size_t>(n) < sizeof msg ? static_cast<size_t>(n) : sizeof msg - 1;
+  (void)!::write(fd, msg, len);
   ::close(fd);
 }
 
 bool same_time(const struct timespec& a, const struct timespec& b) {
   return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+void parse_control_line(char* line) {
+  char* save = nullptr;
+  char* mask = strtok_r(line, "\n:", &save);
+  if (mask == nullptr) return;
+  g_state.mask = static_cast<unsigned>(std::strtoul(mask, nullptr, 0));
+  if (char* path = strtok_r(nullptr, "\n:", &save)) {
+    std::snprintf(g_state.path, sizeof g_state.path, "%s", path);
+    // A log an engineer redirected is never moved away behind their back.
+    g_state.rotation = false;
+  }
 }
 
 // Re-reads the control file when its modification time moved. The stamp is stored even
@@ -62,25 +79,17 @@ void reload_control_file() {
   if (::stat(control.c_str(), &st) != 0 || same_time(st.st_mtim, g_state.stamp)) return;
   int fd = ::open(control.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd >= 0) {
-    char line[256];
+    char line[kControlLine];
     ssize_t n = ::read(fd, line, sizeof line - 1);
     ::close(fd);
     line[n > 0 ? n : 0] = '\0';
-    line[std::strcspn(line, "\n")] = '\0';
-    char* save = nullptr;
-    if (char* mask = strtok_r(line, "\n:", &save)) {
-      g_state.mask = static_cast<unsigned>(std::strtoul(mask, nullptr, 0));
-      if (char* path = strtok_r(nullptr, "\n:", &save)) {
-        std::snprintf(g_state.path, sizeof g_state.path, "%s", path);
-        g_state.rotation = false;
-      }
-    }
+    line[std::strcspn(line, "\n")] = '\0';  // only the first line counts
+    parse_control_line(line);
   }
   g_state.stamp = st.st_mtim;
 }
 
-const char* process_name() {
-  pid_t pid = ::getpid();
+const char* process_name(pid_t pid) {
   if (g_state.name_pid == pid) return g_state.name;
   g_state.name[0] = '\0';
   char comm[64];
@@ -97,13 +106,15 @@ const char* process_name() {
 }
 
 // Builds prefix + message into `line`; returns the length including the single newline.
-size_t format_record(char (&line)[kRecordSize], const char* format, va_list args) {
-  std::time_t now = clock().now();
+// A record is at most 1022 characters plus its newline, and a message's own trailing
+// newline is folded into the one the record ends with.
+size_t format_record(char (&line)[kRecordSize], std::time_t now, pid_t pid, const char* format,
+                     va_list args) {
   struct tm tm {};
   localtime_r(&now, &tm);
   int p = std::snprintf(line, kRecordSize, "%04d-%02d-%02d %02d:%02d:%02d [%5d %-15s] ",
                         tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min,
-                        tm.tm_sec, static_cast<int>(::getpid()), process_name());
+                        tm.tm_sec, static_cast<int>(pid), process_name(pid));
   size_t used = p > 0 ? static_cast<size_t>(p) : 0;
   if (used > kRecordSize - 1) used = kRecordSize - 1;
   int m = std::vsnprintf(line + used, kRecordSize - used, format, args);
@@ -112,7 +123,7 @@ size_t format_record(char (&line)[kRecordSize], const char* format, va_list args
   if (text > 0 && line[text - 1] == '\n')
     --text;
   else if (counted >= kRecordSize - 1)
-    text = kRecordSize - 2;
+    text = kRecordSize - 2;  // no room left for the newline and terminator
   line[text] = '\n';
   line[text + 1] = '\0';
   return text + 1;
@@ -128,26 +139,60 @@ bool set_lock(int fd, short type, int cmd) {
   }
 }
 
-void rotate_if_large(const char* log) {
-  struct stat st {};
-  if (!g_state.rotation || ::stat(log, &st) != 0 || st.st_size <= kRotateAbove) return;
-  char bak[sizeof(SysPath) + 8];
-  std::snprintf(bak, sizeof bak, "%s.bak", log);
-  if (::rename(log, bak) != 0) report_to_kmsg("backup log file failed", __LINE__, errno);
+int open_log(const char* log) {
+  return ::open(log, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
 }
 
-void append_record(const char* format, va_list args) {
+// Opens the log for appending, first moving it to ".bak" when it has grown past the
+// limit. Runs under the lock, so the size seen is the size of the file at the path.
+// The size comes from the open descriptor: one path walk fewer on every written line.
+int open_rotated_log(const char* log) {
+  int fd = open_log(log);
+  if (fd < 0 || !g_state.rotation) return fd;
+  struct stat st {};
+  if (::fstat(fd, &st) != 0 || st.st_size <= kRotateAbove) return fd;
+  char bak[sizeof(SysPath) + 8];
+  std::snprintf(bak, sizeof bak, "%s.bak", log);
+  if (::rename(log, bak) != 0) {
+    report_to_kmsg("backup log file failed", __LINE__, errno);
+    return fd;  // keep appending to the old file rather than lose the line
+  }
+  ::close(fd);
+  return open_log(log);
+}
+
+void append_record(const char* line, size_t len) {
   SysPath log(g_state.path);
-  rotate_if_large(log.c_str());
-  int fd = ::open(log.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+  int fd = open_rotated_log(log.c_str());
   if (fd < 0) {
     report_to_kmsg("open log file failed", __LINE__, errno);
     return;
   }
-  char line[kRecordSize];
-  size_t len = format_record(line, format, args);
   (void)!::write(fd, line, len);
   ::close(fd);
+}
+
+int trace_v(unsigned level, const char* format, va_list args) {
+  reload_control_file();
+  if ((level & g_state.mask) == 0) return 0;
+
+  // The line is built before the lock is taken: the lock then covers only the size
+  // check, the rotation and the append, and the stamp is the time of the call.
+  char line[kRecordSize];
+  size_t len =
+      format_record(line, clock().now(), ::getpid(), format != nullptr ? format : "", args);
+
+  SysPath lock_path(kLockFile);
+  int lock = ::open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0700);
+  if (lock < 0) {
+    report_to_kmsg("open file lock failed", __LINE__, errno);
+    return -1;
+  }
+  if (!set_lock(lock, F_WRLCK, F_SETLKW)) report_to_kmsg("fcntl failed", __LINE__, errno);
+  append_record(line, len);
+  if (!set_lock(lock, F_UNLCK, F_SETLK)) report_to_kmsg("fcntl failed", __LINE__, errno);
+  ::close(lock);
+  return 0;
 }
 
 }  // namespace
@@ -159,26 +204,13 @@ bool trace_rotation_enabled() { return g_state.rotation; }
 
 }  // namespace bayhal
 
-BAYHAL_EXPORT int ERR_TRACE(unsigned int level,
-                            const char* format, ...) {
-  using namespace bayhal;
-  reload_control_file();
-  if ((level & g_state.mask) == 0) return 0;
-
-  SysPath lock_path(kLockFile);
-  int lock = ::open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0700);
-  if (lock < 0) {
-    report_to_kmsg("open file lock failed", __LINE__, errno);
-    return -1;
-  }
-  if (!set_lock(lock, F_WRLCK, F_SETLKW)) report_to_kmsg("fcntl failed", __LINE__, errno);
-
+BAYHAL_EXPORT int ERR_TRACE(unsigned int level, const char* format, ...) {
+  // Callers trace between a failing call and their own use of errno.
+  int saved_errno = errno;
   va_list args;
   va_start(args, format);
-  append_record(format, args);
+  int rc = bayhal::trace_v(level, format, args);
   va_end(args);
-
-  if (!set_lock(lock, F_UNLCK, F_SETLK)) report_to_kmsg("fcntl failed", __LINE__, errno);
-  ::close(lock);
-  return 0;
+  errno = saved_errno;
+  return rc;
 }

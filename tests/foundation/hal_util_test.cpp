@@ -1,0 +1,129 @@
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "bayhal/hal_common.h"
+#include "tests/foundation/trace_fixture.h"
+
+namespace bayhal {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+TEST(NumToAscii, ClearsTheOutputAndWritesUpperCaseHexPairs) {
+  const unsigned char wwn[8] = {0x50, 0x00, 0xc5, 0x00, 0xab, 0x0f, 0xff, 0x01};
+  char out[33];
+  std::memset(out, '#', sizeof out);
+  EXPECT_EQ(num_to_ascii(wwn, 8, out, sizeof out), out);
+  EXPECT_STREQ(out, "5000C500AB0FFF01");
+  for (size_t i = 16; i < sizeof out; ++i) EXPECT_EQ(out[i], '\0') << i;
+  EXPECT_STREQ(num_to_ascii(wwn, 0, out, sizeof out), "");
+}
+
+TEST(NumToAscii, ShortOutputStaysInsideItsSize) {
+  const unsigned char bytes[4] = {0xde, 0xad, 0xbe, 0xef};
+  char out[8];
+  std::memset(out, '#', sizeof out);
+  num_to_ascii(bytes, 4, out, 5);
+  EXPECT_STREQ(out, "DEAD");
+  EXPECT_EQ(out[5], '#');
+  EXPECT_EQ(num_to_ascii(bytes, 4, nullptr, 9), nullptr);
+}
+
+// fork_orphaned in the test process itself: the grandchild reports through a pipe and
+// leaves with _exit so that nothing of the test framework runs twice.
+TEST(ForkOrphaned, GrandchildIsAdoptedAndTheCallerGetsZero) {
+  int info[2], go[2];
+  ASSERT_EQ(::pipe(info), 0);
+  ASSERT_EQ(::pipe(go), 0);
+  const pid_t caller = ::getpid();
+  int rc = fork_orphaned();
+  if (rc > 0) {
+    char c;
+    (void)!::read(go[0], &c, 1);  // the intermediate child is reaped by now
+    int facts[3] = {rc, static_cast<int>(::getpid()), static_cast<int>(::getppid())};
+    (void)!::write(info[1], facts, sizeof facts);
+    ::_exit(0);
+  }
+  ::close(info[1]);
+  ::close(go[0]);
+  EXPECT_EQ(rc, 0);
+  (void)!::write(go[1], "g", 1);
+  ::close(go[1]);
+  int facts[3] = {};
+  ASSERT_EQ(::read(info[0], facts, sizeof facts), static_cast<ssize_t>(sizeof facts));
+  ::close(info[0]);
+  EXPECT_EQ(facts[0], facts[1]) << "the grandchild gets its own pid";
+  EXPECT_NE(facts[2], caller) << "the grandchild's parent is not the caller";
+  EXPECT_GT(facts[2], 0);
+  errno = 0;
+  EXPECT_EQ(::waitpid(facts[1], nullptr, WNOHANG), -1) << "the caller cannot reap it";
+  EXPECT_EQ(errno, ECHILD);
+}
+
+// Runs fork_orphaned in a child that has dropped to `uid` (used by nothing else) with at
+// most `nproc` processes, so that the first or the second fork fails for real. Returns
+// fork_orphaned's result, or 100 when the child could not drop privileges.
+int fork_orphaned_limited(uid_t uid, rlim_t nproc) {
+  pid_t pid = ::fork();
+  if (pid == 0) {
+    if (::setgid(uid) != 0 || ::setuid(uid) != 0) ::_exit(100);
+    struct rlimit rl{nproc, nproc};
+    if (::setrlimit(RLIMIT_NPROC, &rl) != 0) ::_exit(100);
+    int rc = fork_orphaned();
+    if (rc > 0) ::_exit(50);  // grandchild: the limit did not hold
+    ::_exit(rc + 10);
+  }
+  int status = 0;
+  if (pid < 0 || ::waitpid(pid, &status, 0) != pid || !WIFEXITED(status)) return 200;
+  int code = WEXITSTATUS(status);
+  return code >= 50 ? code : code - 10;
+}
+
+TEST(ForkOrphaned, FailedForksGiveMinusOneForTheFirstAndMinusTwoForTheSecond) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root to take an unused uid";
+  int first = fork_orphaned_limited(54321, 1);
+  if (first == 100) GTEST_SKIP() << "cannot change uid here";
+  EXPECT_EQ(first, -1);
+  EXPECT_EQ(fork_orphaned_limited(54322, 2), -ENOENT);
+}
+
+class Uptime : public test::TraceTest {};
+
+TEST_F(Uptime, SetWritesTheClocksUptimeReplacingTheFileAndGetReadsItBack) {
+  clk.advance_ms(3'333'000);
+  EXPECT_EQ(hal_get_system_uptime(), 4333);
+  root.write("/var/run/last_uptime", "123456789012\nold tail\n");
+  EXPECT_EQ(hal_set_last_uptime("/var/run/last_uptime"), 0);
+  EXPECT_EQ(root.read("/var/run/last_uptime"), "4333\n");
+  EXPECT_EQ(hal_get_last_uptime("/var/run/last_uptime"), 4333);
+}
+
+TEST_F(Uptime, UnwritablePathGivesMinusOne) {
+  EXPECT_EQ(hal_set_last_uptime("/no/such/dir/uptime"), -1);
+  EXPECT_EQ(hal_set_last_uptime(nullptr), -1);
+}
+
+TEST_F(Uptime, BadFilesReadAsZeroAndOnlyUnparsableOnesAreTraced) {
+  struct Case {
+    const char* content;  // nullptr: no file
+    long value;
+    bool traced;
+  } cases[] = {{nullptr, 0, false}, {"", 0, true},       {"abc\n", 0, true},
+               {"  -17 x\n", -17, false}, {"99abc", 99, false}};
+  for (const Case& c : cases) {
+    ::unlink(root.path(test::kLog).c_str());
+    ::unlink(root.path("/var/run/up").c_str());
+    if (c.content) root.write("/var/run/up", c.content);
+    EXPECT_EQ(hal_get_last_uptime("/var/run/up"), c.value) << (c.content ? c.content : "none");
+    EXPECT_EQ(messages(), c.traced ? Strings{"fscanf failed"} : Strings{})
+        << (c.content ? c.content : "none");
+  }
+  EXPECT_EQ(hal_get_last_uptime(nullptr), 0);
+}
+
+}  // namespace
+}  // namespace bayhal

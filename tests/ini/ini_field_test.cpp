@@ -105,6 +105,9 @@ TEST_F(IniField, BadArgumentsAreRefused) {
   EXPECT_LT(Ini_Conf_Set_Field(kFile, "a", "k", "two\nlines"), 0);
   EXPECT_LT(Ini_Conf_Set_Field(nullptr, "a", "k", "v"), 0);
   EXPECT_EQ(root.read(kFile), "[a]\nk = v\n");
+  std::string log = root.read("/var/log/hal_lib.log");
+  EXPECT_NE(log.find("Ini_Conf_Get_Field: no buffer or size 0"), std::string::npos) << log;
+  EXPECT_NE(log.find("Ini_Conf_Set_Field: cannot store key(k=x)"), std::string::npos) << log;
 }
 
 TEST_F(IniField, DirectoryAndNonIniFilesAreRefusedAndKept) {

@@ -1,0 +1,56 @@
+// Real child processes for the multi-process tests: fork, run a function, report its
+// exit code. Children leave with _exit so no test-framework state runs twice.
+#pragma once
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
+#include <vector>
+
+namespace bayhal::test {
+
+// Forks a child that runs `body` and exits with its result.
+inline pid_t spawn(const std::function<int()>& body) {
+  pid_t pid = ::fork();
+  if (pid == 0) ::_exit(body());
+  return pid;
+}
+
+// Exit code of a child, or -1 when it did not exit normally.
+inline int join(pid_t pid) {
+  int status = 0;
+  while (::waitpid(pid, &status, 0) < 0) {
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// A pipe whose ends close with the object.
+struct Pipe {
+  int fd[2] = {-1, -1};
+  Pipe() { (void)!::pipe(fd); }
+  ~Pipe() {
+    close_read();
+    close_write();
+  }
+  void close_read() {
+    if (fd[0] >= 0) ::close(fd[0]);
+    fd[0] = -1;
+  }
+  void close_write() {
+    if (fd[1] >= 0) ::close(fd[1]);
+    fd[1] = -1;
+  }
+  bool put(int v) { return ::write(fd[1], &v, sizeof v) == sizeof v; }
+  // Blocks for one value; false at end of stream.
+  bool get(int& v) {
+    size_t got = 0;
+    while (got < sizeof v) {
+      ssize_t n = ::read(fd[0], reinterpret_cast<char*>(&v) + got, sizeof v - got);
+      if (n <= 0) return false;
+      got += static_cast<size_t>(n);
+    }
+    return true;
+  }
+};
+
+}  // namespace bayhal::test

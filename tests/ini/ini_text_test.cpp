@@ -1,0 +1,97 @@
+// The text layer on its own: line classification, validity and edits of unusual files.
+#include "ini/ini_edit.h"
+#include "ini/ini_text.h"
+
+#include <gtest/gtest.h>
+
+namespace bayhal::ini {
+namespace {
+
+TEST(IniText, ClassifiesLines) {
+  struct {
+    const char* line;
+    LineKind kind;
+    const char* name;
+    const char* value;
+  } cases[] = {
+      {"", LineKind::blank, "", ""},
+      {" \t\r", LineKind::blank, "", ""},
+      {"  # c", LineKind::comment, "", ""},
+      {";c", LineKind::comment, "", ""},
+      {"[S.M.A.R.T. ID #197]", LineKind::section, "S.M.A.R.T. ID #197", ""},
+      {" [ spaced ] \r", LineKind::section, "spaced", ""},
+      {"[]", LineKind::section, "", ""},
+      {"[[x]]", LineKind::section, "[x]", ""},
+      {"[open", LineKind::bad, "", ""},
+      {"k=v", LineKind::key, "k", "v"},
+      {"Temperature Threshold (F) 3 = a=b: c, d \r", LineKind::key,
+       "Temperature Threshold (F) 3", "a=b: c, d"},
+      {"k =", LineKind::key, "k", ""},
+      {"= v", LineKind::bad, "", ""},
+      {"no equals sign", LineKind::bad, "", ""},
+  };
+  for (const auto& c : cases) {
+    Line l = classify(c.line);
+    EXPECT_EQ(l.kind, c.kind) << c.line;
+    EXPECT_EQ(l.name, c.name) << c.line;
+    EXPECT_EQ(l.value, c.value) << c.line;
+  }
+}
+
+TEST(IniText, IsIniNamesTheFirstBadLine) {
+  size_t bad = 0;
+  EXPECT_TRUE(is_ini(""));
+  EXPECT_TRUE(is_ini("# only a comment"));
+  EXPECT_FALSE(is_ini("[a]\nk = v\nstray words\n", &bad));
+  EXPECT_EQ(bad, 3u);
+  EXPECT_FALSE(is_ini(std::string_view("[a]\nk = v\0w\n", 12), &bad));
+  EXPECT_EQ(bad, 2u);
+}
+
+TEST(IniText, CrLfFilesKeepTheirLineEnds) {
+  std::string out;
+  Edit e{"a", {{"k", "new"}, {"n", "1"}}, {}, false};
+  ASSERT_EQ(apply_edit("[a]\r\nk = old\r\n[b]\r\n", e, out), EditResult::changed);
+  EXPECT_EQ(out, "[a]\r\nk = new\r\nn = 1\n[b]\r\n");
+  std::string_view v;
+  ASSERT_TRUE(find_value(out, "a", "n", v));
+  EXPECT_EQ(v, "1");
+}
+
+TEST(IniText, EditsOfEmptyAndKeylessSections) {
+  struct {
+    const char* text;
+    Edit edit;
+    const char* want;
+  } cases[] = {
+      {"", Edit{"", {{"k", "v"}}, {}, false}, "k = v\n"},
+      {"# top\n[a]\n", Edit{"", {{"k", "v"}}, {}, false}, "# top\nk = v\n[a]\n"},
+      {"[a]\n\n[b]\n", Edit{"a", {{"k", "v"}}, {}, false}, "[a]\nk = v\n\n[b]\n"},
+      {"[a]\nk=\n", Edit{"a", {{"k", "v"}}, {}, false}, "[a]\nk= v\n"},
+      {"[a]\nk = 1\nk = 2\n", Edit{"a", {}, {"k"}, false}, "[a]\n"},
+      {"[a]\nk = 1\n", Edit{"a", {{"k", "1"}, {"k", "2"}}, {}, false}, "[a]\nk = 2\n"},
+      {"[a]\n", Edit{"b", {{"k", "v"}}, {}, false}, "[a]\n\n[b]\nk = v\n"},
+      {"[a]\n\n", Edit{"b", {{"k", "v"}}, {}, false}, "[a]\n\n[b]\nk = v\n"},
+      {"[a]\nx = 1\n[b]\n[a]\ny = 2\n\n", Edit{"a", {}, {}, true}, "[b]\n"},
+  };
+  for (const auto& c : cases) {
+    std::string out = c.text;
+    EditResult r = apply_edit(c.text, c.edit, out);
+    EXPECT_EQ(r == EditResult::changed ? out : std::string(c.text), c.want) << c.text;
+  }
+}
+
+TEST(IniText, NoChangeIsReported) {
+  std::string out;
+  EXPECT_EQ(apply_edit("[a]\nk = v\n", Edit{"a", {{"k", "v"}}, {}, false}, out),
+            EditResult::unchanged);
+  EXPECT_EQ(apply_edit("[a]\nk = v\n", Edit{"a", {}, {"x"}, false}, out), EditResult::unchanged);
+  EXPECT_EQ(apply_edit("[a]\nk = v\n", Edit{"z", {}, {}, true}, out), EditResult::unchanged);
+  size_t bad = 0;
+  EXPECT_EQ(apply_edit("[a]\nwords\n", Edit{"a", {{"k", "v"}}, {}, false}, out, &bad),
+            EditResult::not_ini);
+  EXPECT_EQ(bad, 2u);
+}
+
+}  // namespace
+}  // namespace bayhal::ini

@@ -1,0 +1,40 @@
+// Display names of expansion units: what logs and the persistent map show for a JBOD.
+//
+// The rule: the model with surrounding blanks removed; when the serial is not blank, a '-'
+// and the last four characters of the blank-trimmed serial follow (all of it when shorter),
+// so two units of one model are told apart. Truncated to size - 1 (at most 48) bytes.
+#include <string>
+#include <string_view>
+
+#include "enclosure/enc_conf.h"
+#include "enclosure/enc_ids.h"
+
+namespace bayhal {
+namespace {
+
+std::string_view trim(const char* text) {
+  std::string_view v = text == nullptr ? std::string_view{} : std::string_view(text);
+  while (!v.empty() && (v.front() == ' ' || v.front() == '\t')) v.remove_prefix(1);
+  while (!v.empty() && (v.back() == ' ' || v.back() == '\t')) v.remove_suffix(1);
+  return v;
+}
+
+}  // namespace
+
+int se_sys_make_display_name(const char* model, const char* serial, char* name, int size) {
+  if (name == nullptr || size < 1) return -1;
+  name[0] = '\0';
+  std::string_view m = trim(model);
+  if (m.empty()) return -1;
+  std::string out(m);
+  std::string_view s = trim(serial);
+  if (!s.empty()) {
+    out += '-';
+    out += s.substr(s.size() > 4 ? s.size() - 4 : 0);
+  }
+  int limit = size < SE_DISPLAY_NAME_SIZE ? size : SE_DISPLAY_NAME_SIZE;
+  copy_out(out, name, limit);
+  return 0;
+}
+
+}  // namespace bayhal

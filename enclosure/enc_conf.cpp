@@ -1,0 +1,65 @@
+#include "enclosure/enc_conf.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "bayhal/Ini_Conf.h"
+#include "ini/ini_store.h"
+
+namespace bayhal {
+
+std::string enc_section(int enc_id) { return "Enclosure_" + std::to_string(enc_id); }
+
+std::string hal_conf_in(const char* dir) {
+  if (dir == nullptr || *dir == '\0') return kHalConf;
+  std::string path = dir;
+  if (path.back() != '/') path += '/';
+  return path + "hal.conf";
+}
+
+std::string enc_disk_conf(int enc_id) {
+  return "/etc/enclosure_" + std::to_string(enc_id) + ".conf";
+}
+
+bool valid_key_text(std::string_view text) {
+  if (text.empty() || text.front() == ' ' || text.back() == ' ') return false;
+  for (unsigned char c : text)
+    if (c < 0x20 || c == 0x7f || c == '=' || c == '[' || c == ']') return false;
+  return true;
+}
+
+std::optional<long long> conf_get_int(const char* file, const char* section, const char* key,
+                                      bool hex) {
+  int value = 0;
+  if (Ini_Conf_Get_Field_Int(file, section, key, &value, hex ? 1 : 0) <= 0) return std::nullopt;
+  return value;
+}
+
+std::optional<std::string> conf_get_text(const char* file, const char* section,
+                                         const char* key) {
+  char buf[256];
+  if (Ini_Conf_Get_Field(file, section, key, buf, sizeof buf) <= 0) return std::nullopt;
+  return std::string(buf);
+}
+
+std::optional<long long> enc_get_int(int enc_id, const char* key, bool hex) {
+  return conf_get_int(kHalConf, enc_section(enc_id).c_str(), key, hex);
+}
+
+std::optional<std::string> enc_get_text(int enc_id, const char* key) {
+  return conf_get_text(kHalConf, enc_section(enc_id).c_str(), key);
+}
+
+bool starts_with(const char* text, std::string_view prefix) {
+  return text != nullptr && std::strncmp(text, prefix.data(), prefix.size()) == 0;
+}
+
+bool copy_out(std::string_view text, char* buf, int size) {
+  if (buf == nullptr || size < 1) return false;
+  size_t n = text.size() < static_cast<size_t>(size) ? text.size() : static_cast<size_t>(size) - 1;
+  std::memcpy(buf, text.data(), n);
+  buf[n] = '\0';
+  return n == text.size();
+}
+
+}  // namespace bayhal

@@ -1,0 +1,49 @@
+// Paths and small helpers shared by the enclosure registry's store code.
+#pragma once
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace bayhal {
+
+inline constexpr const char* kHalConf = "/etc/hal.conf";
+inline constexpr const char* kEncMap = "/etc/config/enclosure.map";
+inline constexpr const char* kSeDetached = "/tmp/.se_detached";
+inline constexpr const char* kModelConf = "/etc/model.conf";
+inline constexpr const char* kSysdefConf = "/etc/config/sysdef.conf";
+inline constexpr const char* kIndex = "Index";
+inline constexpr const char* kEncBitmap = "enc_bitmap";
+
+// The largest id an internal enclosure allocated from bit 0 may get.
+inline constexpr int kMaxInternalEncId = 31;
+// Callers list registered enclosures in arrays of this size.
+inline constexpr int kMaxEncList = 24;
+
+// "Enclosure_<id>".
+std::string enc_section(int enc_id);
+// The hal.conf of a store folder ("<dir>/hal.conf"), or /etc/hal.conf without one.
+std::string hal_conf_in(const char* dir);
+// "/etc/enclosure_<id>.conf".
+std::string enc_disk_conf(int enc_id);
+
+// True when `text` can be part of a store key: not empty, no control characters, no '=',
+// '[' or ']' and no surrounding blanks (they would not survive a read back).
+bool valid_key_text(std::string_view text);
+
+// One key of an enclosure's hal.conf section.
+std::optional<long long> enc_get_int(int enc_id, const char* key, bool hex = false);
+std::optional<std::string> enc_get_text(int enc_id, const char* key);
+
+// Same for any INI file and section (model description, sysdef, ...).
+std::optional<long long> conf_get_int(const char* file, const char* section, const char* key,
+                                      bool hex = false);
+std::optional<std::string> conf_get_text(const char* file, const char* section,
+                                         const char* key);
+
+bool starts_with(const char* text, std::string_view prefix);
+
+// Copies `text` into a caller buffer, truncating and terminating; false when it did not fit
+// or the buffer is unusable.
+bool copy_out(std::string_view text, char* buf, int size);
+
+}  // namespace bayhal

@@ -103,6 +103,134 @@ typedef struct PD_INFO {
   int adapter_kind;                 /* PD_ADAPTER_* (not stored) */
 } PD_INFO;
 
+/* ---- Store ---- */
+
+/* Copies a disk's section and index keys into the history store
+   "/etc/enclosure_%d_del.conf". 0, or -1 when the disk has no "pd_sys_id". */
+int PD_Remove_and_Backup_Section(int enc_id, int port_id);
+
+/* 1 when (vendor, model) is listed in the WWN blacklist "/etc/disk_wwn_blacklist.list":
+   such models report WWNs that are not unique, so the registry does not index them by it.
+   vendor may be NULL (matches any vendor pattern). 0 otherwise. */
+int Disk_Is_WWN_Blacklisted(const char *vendor, const char *model);
+/* 1 when (vendor, model) is listed in "/etc/disk_selftest_blacklist.list". */
+int Disk_Is_SelfTest_Blacklisted(const char *vendor, const char *model);
+
+/* ---- Attach and detach (hot-plug entry points) ---- */
+
+/* Registers disk `pd_sys_id` (kernel name, e.g. "sdb") of enclosure `enc_sys_id` ("root")
+   and tags it for the device manager. 0, or the negative result of the attach (-2: the
+   device is not one to register). */
+int PD_Sys_Attach(const char *enc_sys_id, const char *pd_sys_id);
+/* Removes the disk, keeping its history. 0, or a negative result. */
+int PD_Sys_Detach(const char *enc_sys_id, const char *pd_sys_id);
+/* Sets the command-timeout latency of an ATA disk (type 0). 0 or -1. */
+int PD_Set_ATA_IO_Latency(const PD_INFO *info);
+
+/* ---- Query ---- */
+
+/* Fills the whole record. 0, or -1 when the disk is not registered. */
+int PD_Get_Info(int enc_id, int port_id, PD_INFO *info);
+
+/* Capability filter modes of PD_Enumerate_By_Cap. */
+#define PD_CAP_MODE_NONE 0 /* none of the mask bits set */
+#define PD_CAP_MODE_ANY 1  /* at least one mask bit set */
+#define PD_CAP_MODE_ALL 2  /* every mask bit set */
+#define PD_CAP_MODE_ALWAYS 3
+
+/* Return non-zero to leave a disk out of the list. */
+typedef int (*PD_ENUM_CALLBACK)(int enc_id, int port_id, void *arg);
+/* Lists port ids of the enclosure's disks whose capabilities pass (mask, mode) and the
+   callback, then member disks (1000 * port + k) of multi-disk devices in ports 0 to 31.
+   At most `size` ids are stored; a NULL list only counts. Returns the count, -1 on error. */
+int PD_Enumerate_By_Cap(int enc_id, unsigned int cap_mask, int mode, int *port_ids, int size,
+                        PD_ENUM_CALLBACK callback, void *arg);
+/* Every disk of the enclosure. */
+int PD_Enumerate(int enc_id, int *port_ids, int size);
+/* Every disk of every registered enclosure, as global ids PD_GLOBAL_ID(enc, port). */
+int PD_Enumerate_All(int *global_ids, int size);
+
+/* Virtual disks of a hardware-RAID enclosure are addressed by their number n (section
+   "VirtualDisk_%d", port id n + 100). */
+int VD_Enumerate(int enc_id, int *numbers, int size);
+int VD_Is_Exist(int enc_id, int number);
+/* Fills the record of virtual disk n. 0, or -1 when its section has no "port_id". */
+int VD_Get_Info(int enc_id, int number, PD_INFO *info);
+int VD_Get_WWN(int enc_id, int number, char *buf, int size);
+
+/* One-key getters. Texts: the length copied (0 or more), negative when the disk or the
+   key is missing (the buffer is then empty). Numbers: 0 or -1. */
+int PD_Get_Serial_No(int enc_id, int port_id, char *buf, int size);
+int PD_Get_Vendor(int enc_id, int port_id, char *buf, int size);
+int PD_Get_Model(int enc_id, int port_id, char *buf, int size);
+int PD_Get_Sys_Name(int enc_id, int port_id, char *buf, int size);
+int PD_Get_Sys_Name_From_History(int enc_id, int port_id, char *buf, int size);
+int PD_Get_WWN(int enc_id, int port_id, char *buf, int size);
+int PD_Get_Ctrl_Name(int enc_id, int port_id, char *buf, int size);
+int PD_Get_Bus_Name(int enc_id, int port_id, char *buf, int size);
+int PD_Get_Capacity(int enc_id, int port_id, long long *capacity, int *sector_size);
+int PD_Get_Link_Speed(int enc_id, int port_id, int *speed);
+int PD_Get_Max_Link_Speed(int enc_id, int port_id, int *speed);
+int PD_Get_PD_Max_Link_Speed(int enc_id, int port_id, int *speed);
+/* Speeds as text with their unit word ("850.0 MB/sec"); "none" when never measured, "fail"
+   when the measurement failed. The store keeps KB/sec as a number. */
+int PD_Get_Read_Speed(int enc_id, int port_id, char *buf, int size);
+int PD_Get_Write_Speed(int enc_id, int port_id, char *buf, int size);
+int PD_Get_Read_IOPS(int enc_id, int port_id, char *buf, int size);
+int PD_Get_Write_IOPS(int enc_id, int port_id, char *buf, int size);
+/* 1 when the disk's section holds "port_id", else 0. */
+int PD_Is_Exist(int enc_id, int port_id);
+/* Boot-device disk n ("BootDisk_%d" of /etc/hal.conf). */
+int PD_Get_Boot_Disk_Serial_No(int number, char *buf, int size);
+int PD_Get_Boot_Disk_Capacity(int number, long long *capacity, int *sector_size);
+
+/* Translations. Lookups return the port id or -1. */
+int PD_Get_Id_By_Sys_Id(int enc_id, const char *pd_sys_id);
+int PD_Get_Id_By_Sys_Id_From_History(int enc_id, const char *pd_sys_id);
+int PD_Get_Sys_Id_By_Port_Id(int enc_id, int port_id, char *buf, int size);
+int PD_Get_Id_By_Sys_Name(int enc_id, const char *sys_name);
+int PD_Get_Id_By_Sys_Name_From_History(int enc_id, const char *sys_name);
+/* Port id of a device name ("/dev/sdb" or "sdb") in the live store, else in history. */
+int PD_Get_Id_By_Enc_Conf(int enc_id, const char *dev_name);
+/* Device numbers: 0 or -1. */
+int PD_Get_Id_By_Dev_No(int major, int minor, int *enc_id, int *port_id);
+int PD_Get_Dev_No_By_Id(int enc_id, int port_id, int *major, int *minor);
+int PD_Get_Dev_No_By_Sys_Name(const char *sys_name, int *major, int *minor);
+int PD_Get_Sys_Name_By_Dev_No(int major, int minor, char *buf, int size);
+int PD_Get_Serial_No_By_Dev_No(int major, int minor, char *buf, int size);
+int PD_Get_WWN_By_Dev_No(int major, int minor, char *buf, int size);
+/* Through the enclosure WWN index. 0 or -1. */
+int PD_Get_Sys_Name_By_WWN(const char *wwn, char *buf, int size);
+int PD_Get_Ctrl_Name_By_WWN(const char *wwn, char *buf, int size);
+
+/* Tests: 1 or 0. */
+int PD_Is_In_Root(int enc_id);
+int PD_Is_In_Root_Cache(int enc_id);
+int PD_Is_In_Root_PCIe(int enc_id);
+int PD_Is_In_Root_By_Dev_No(int major, int minor);
+int PD_Is_In_Root_Cache_By_Dev_No(int major, int minor);
+int PD_Is_In_Root_PCIe_By_Dev_No(int major, int minor);
+int PD_Is_In_Front_Of_Root_USB(int enc_id, int port_id);
+int PD_Is_Attached_Behind_SAS(int enc_id, int port_id);
+int PD_Check_Attach_To_SAS_HBA_Directly(int enc_id, int port_id);
+/* Hardware-RAID mode of a disk; -1 when it has none. */
+int PD_Get_SR_Mode(int enc_id, int port_id);
+
+/* Boot disk: the device name with "p" appended when it ends in a digit. 0 or -1. */
+int PD_Get_Boot_Disk(char *buf, int size);
+int PD_Get_Boot_Disk_At_Startup(char *buf, int size);
+/* Block devices that may be the boot disk (names under /sys/block beginning "sd", "vd",
+   "xvd" or "nvme"): up to max strings allocated with malloc, freed by the caller. */
+int PD_Boot_Enumerate(char **names, int max);
+
+/* Names shown to people. 0 or -1; PD_Get_Dev_Slot_Name returns 1 when a slot name was
+   used, 0 otherwise, -1 on error. */
+int PD_Get_Slot_Name(int enc_id, int port_id, char *buf, int size);
+int PD_Get_Log_Name(int enc_id, int port_id, char *buf, int size);
+int PD_Get_Dev_Slot_Name(int enc_id, int port_id, char *buf, int size);
+/* Who owns an optical drive: a pass-through owner, the drive's owner, or "DRO". 0 or -1. */
+int PD_Get_ODD_Owner(int enc_id, int port_id, char *buf, int size);
+
 #ifdef __cplusplus
 }
 #endif

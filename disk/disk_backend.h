@@ -1,0 +1,61 @@
+// What the disk registry asks the discovery layer and the card back-ends. The registry
+// reaches them only through this interface, so its tests install a double and run without
+// any device tree; production uses the discovery layer (pd_sys_*).
+#pragma once
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "bayhal/PD.h"
+
+namespace bayhal {
+
+// The mini-SAS side of a PCIe SATA host card, as its description gives it.
+struct HzrCardDescription {
+  int minisas_port_count = 0;       // "MINISAS_PORT_COUNT"
+  int port_offset = 0;              // "PORT_OFFSET"
+  std::vector<int> switch_ports;    // "PCI_SWITCH_PORT<n>", n from 1
+};
+
+class DiskBackend {
+ public:
+  virtual ~DiskBackend() = default;
+
+  // Fills `info` for one disk (pd_sys_getinfo): 0, -2 for a device not to register, or
+  // another negative value.
+  virtual int getinfo(const char* enc_sys_id, const char* pd_sys_id, PD_INFO* info) = 0;
+  // Lists the disks present in an enclosure (pd_sys_enumerate): newly allocated strings
+  // (malloc) the caller frees; the count or a negative value.
+  virtual int enumerate(const char* enc_sys_id, char** list, int max) = 0;
+  // Block device name ("/dev/sdb" or "sdb") to pd_sys_id: 0 or -1.
+  virtual int sys_id_by_sys_name(const char* sys_name, char* sys_id, int size) = 0;
+  // The boot device as discovery finds it at start-up: 0 or -1.
+  virtual int boot_disk(char* name, int size) = 0;
+  // From a disk's bus name: 1 when it sits behind a SAS expander / directly on a SAS HBA,
+  // 0 when not, -1 when unknown.
+  virtual int attached_behind_sas(const char* bus_name) = 0;
+  virtual int attached_to_sas_hba_directly(const char* bus_name) = 0;
+
+  // Hardware-RAID mode of a disk (PD_Get_SR_Mode); -1 when the disk has none.
+  virtual int sr_mode(int enc_id, int port_id) = 0;
+
+  // PCIe SATA host card (HZR) and its external JBOD-series units (protocol 12).
+  // The PCIe slot and card index of the card that an MVS unit hangs on: 0 or -1.
+  virtual int mvs_card_position(const char* enc_sys_id, int* pcie_slot, int* card_index) = 0;
+  // The mini-SAS description of the card in a PCIe slot: 0 or -1.
+  virtual int hzr_card_description(int pcie_slot, HzrCardDescription* out) = 0;
+  // The disk on one lane of the card (pd_sys_lookup_in_pcie_enclosuare): 0 or -1.
+  virtual int lookup_in_pcie_enclosure(int domain, const char* dev_bus, int switch_port,
+                                       int index, char* pd_sys_id, int size) = 0;
+  // Rescans a card's external ports (se_sys_scan_ext_port): for each port n (from 1), the
+  // attached enclosure id and its port, -1 and -1 when nothing is attached. 0 or -1.
+  virtual int scan_ext_port(const char* card_enc_sys_id,
+                            std::vector<std::pair<int, int>>* ports) = 0;
+};
+
+// The backend in force: the discovery layer unless a test installed another.
+DiskBackend& disk_backend();
+// Installs `b` (not owned); nullptr restores the default.
+void set_disk_backend(DiskBackend* b);
+
+}  // namespace bayhal

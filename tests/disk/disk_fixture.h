@@ -1,0 +1,68 @@
+// Shared pieces of the disk registry tests: a registered enclosure, a disk record, and a
+// discovery double that answers from a table instead of a device tree.
+#pragma once
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "bayhal/PD.h"
+#include "disk/disk_backend.h"
+#include "tests/support/sandbox_root.h"
+
+namespace bayhal::test {
+
+// Registers enclosure `enc_id` in hal.conf the way the enclosure registry leaves it.
+void add_enclosure(int enc_id, const std::string& enc_sys_id, int max_disk_num, int protocol,
+                   unsigned capability = 0);
+
+// A disk record as discovery fills it.
+PD_INFO make_disk(const std::string& pd_sys_id, const std::string& serial, int port_id = -1,
+                  const std::string& enc_sys_id = "root");
+void set_wwn(PD_INFO& info, std::vector<unsigned char> bytes);
+
+// Discovery double: getinfo answers from `disks` (keyed by pd_sys_id), enumerate lists the
+// disks of an enclosure.
+class FakeBackend : public DiskBackend {
+ public:
+  std::map<std::string, PD_INFO> disks;
+  std::map<std::string, int> getinfo_result;  // pd_sys_id -> forced result
+  std::map<std::string, std::vector<std::string>> members;  // enc_sys_id -> pd_sys_ids
+  std::map<std::string, std::string> names;   // "/dev/sdb" -> "sdb"
+  std::string boot;
+  std::map<int, int> sr_modes;                // port -> mode
+  std::map<std::string, int> behind_sas;      // bus name -> 1/0
+  // HZR card double.
+  int mvs_slot = -1, mvs_index = -1;
+  HzrCardDescription card;
+  std::map<int, std::string> lanes;           // lane index -> pd_sys_id
+  std::vector<std::pair<int, int>> ext_ports;
+  int getinfo_calls = 0;
+
+  int getinfo(const char* enc_sys_id, const char* pd_sys_id, PD_INFO* info) override;
+  int enumerate(const char* enc_sys_id, char** list, int max) override;
+  int sys_id_by_sys_name(const char* sys_name, char* sys_id, int size) override;
+  int boot_disk(char* name, int size) override;
+  int attached_behind_sas(const char* bus_name) override;
+  int attached_to_sas_hba_directly(const char* bus_name) override;
+  int sr_mode(int enc_id, int port_id) override;
+  int mvs_card_position(const char* enc_sys_id, int* pcie_slot, int* card_index) override;
+  int hzr_card_description(int pcie_slot, HzrCardDescription* out) override;
+  int lookup_in_pcie_enclosure(int domain, const char* dev_bus, int switch_port, int index,
+                               char* pd_sys_id, int size) override;
+  int scan_ext_port(const char* card_enc_sys_id, std::vector<std::pair<int, int>>* ports) override;
+};
+
+// A sandbox root with the fake backend installed.
+class DiskTest : public SandboxTest {
+ protected:
+  DiskTest();
+  ~DiskTest() override;
+  FakeBackend backend;
+};
+
+// Value of a key or "" (through the store, as any reader would).
+std::string key_of(const std::string& file, const std::string& section, const std::string& key);
+bool bit_of(const std::string& file, const std::string& key, int bit);
+
+}  // namespace bayhal::test

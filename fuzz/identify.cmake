@@ -1,0 +1,1 @@
+bayhal_add_fuzz(fuzz_identify identify_fuzz.cpp)

@@ -1,0 +1,1 @@
+bayhal_add_fuzz(fuzz_nvme_identify nvme_identify_fuzz.cpp)

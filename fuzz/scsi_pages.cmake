@@ -1,0 +1,1 @@
+bayhal_add_fuzz(fuzz_scsi_pages scsi_pages_fuzz.cpp)

@@ -1,0 +1,257 @@
+// The device models answer the library's own command builders with pages its own parsers
+// decode back to the model's description: a round trip through real formats.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#include "disk_sys/ata_identify.h"
+#include "disk_sys/device_commands.h"
+#include "disk_sys/nvme_identify.h"
+#include "disk_sys/scsi_pages.h"
+#include "sim/ata_disk_model.h"
+#include "sim/nvme_model.h"
+#include "sim/scsi_disk_models.h"
+#include "tests/support/sandbox_root.h"
+
+namespace bayhal {
+namespace {
+
+using sim::ModelTransport;
+
+class DeviceModelTest : public ::testing::Test {
+ protected:
+  ModelTransport models;
+  ScopedDeviceTransport use{models};
+
+  InquiryData inquiry(const char* dev) {
+    uint8_t buf[96] = {};
+    size_t got = 0;
+    InquiryData d;
+    EXPECT_EQ(scsi_inquiry(dev, -1, buf, sizeof buf, &got), 0);
+    EXPECT_TRUE(scsi_parse_inquiry(buf, got, d));
+    return d;
+  }
+};
+
+TEST_F(DeviceModelTest, SataDiskRoundTrip) {
+  sim::AtaDiskSpec spec;
+  spec.model = "WDC WD40EFRX-68N32N0";
+  spec.serial = "WD-WCC7K0000001";
+  spec.firmware = "82.00A82";
+  spec.sectors = 7814037168ull;
+  spec.logical_sector_size = 4096;
+  spec.rotation = 5400;
+  spec.trim = true;
+  spec.sata_gen = 3;
+  spec.sata_cur_gen = 2;
+  spec.wwn = 0x50014ee20d000001ull;
+  auto disk = std::make_shared<sim::SataDiskModel>(spec);
+  models.add("/dev/sg1", disk);
+
+  InquiryData inq = inquiry("/dev/sg1");
+  EXPECT_EQ(inq.vendor, "ATA");
+  EXPECT_EQ(inq.product, "WDC WD40EFRX-68N");
+  EXPECT_EQ(inq.revision, "0A82");
+  EXPECT_EQ(inq.peripheral_type, 0);
+
+  uint8_t page[600] = {};
+  size_t got = 0;
+  ASSERT_EQ(scsi_inquiry("/dev/sg1", 0x80, page, sizeof page, &got), 0);
+  std::string serial;
+  ASSERT_TRUE(scsi_parse_vpd_serial(page, got, serial));
+  EXPECT_EQ(serial, spec.serial);
+  ASSERT_EQ(scsi_inquiry("/dev/sg1", 0x83, page, sizeof page, &got), 0);
+  uint8_t naa[16];
+  ASSERT_EQ(scsi_parse_vpd_naa(page, got, naa), 8u);
+  EXPECT_EQ(naa[0], 0x50);
+  EXPECT_EQ(naa[7], 0x01);
+
+  uint8_t id_page[512];
+  ASSERT_EQ(ata_identify("/dev/sg1", id_page), 0);
+  AtaIdentity id;
+  ASSERT_TRUE(ata_identify_parse(id_page, sizeof id_page, id));
+  EXPECT_EQ(id.model, spec.model);
+  EXPECT_EQ(id.serial, spec.serial);
+  EXPECT_EQ(id.firmware, spec.firmware);
+  EXPECT_EQ(id.sectors, spec.sectors);
+  EXPECT_EQ(id.logical_sector_size, 4096u);
+  EXPECT_EQ(id.rotation_rate, 5400);
+  EXPECT_EQ(id.form_factor, 2);
+  EXPECT_EQ(id.wwn_hex(), "50014ee20d000001");
+  EXPECT_TRUE(id.smart_supported && id.smart_enabled && id.self_test_supported);
+  EXPECT_TRUE(id.trim_supported);
+  EXPECT_EQ(id.sata_max_gen, 3);
+  EXPECT_EQ(id.sata_cur_gen, 2);
+  EXPECT_TRUE(id.checksum_ok);
+
+  uint64_t blocks = 0;
+  uint32_t block_len = 0;
+  ASSERT_EQ(scsi_read_capacity("/dev/sg1", blocks, block_len), 0);
+  EXPECT_EQ(blocks, spec.sectors);
+  EXPECT_EQ(block_len, 4096u);
+}
+
+TEST_F(DeviceModelTest, SataSmartStatusComesBackInTheRegisters) {
+  auto disk = std::make_shared<sim::SataDiskModel>(sim::AtaDiskSpec{});
+  models.add("/dev/sg0", disk);
+  AtaTaskfile tf;
+  tf.command = 0xb0;
+  tf.features = 0xda;
+  tf.lba_mid = 0x4f;
+  tf.lba_high = 0xc2;
+  DeviceCommand cmd;
+  ASSERT_EQ(ata_pass_through("/dev/sg0", tf, XferDir::kNone, nullptr, 0, &cmd), 0);
+  EXPECT_EQ(cmd.sense[17], 0x4f);
+  EXPECT_EQ(cmd.sense[19], 0xc2);
+  disk->set_smart_status(false);
+  ASSERT_EQ(ata_pass_through("/dev/sg0", tf, XferDir::kNone, nullptr, 0, &cmd), 0);
+  EXPECT_EQ(cmd.sense[17], 0xf4);
+  EXPECT_EQ(cmd.sense[19], 0x2c);
+
+  uint8_t data[512];
+  tf.features = 0xd0;
+  tf.sector_count = 1;
+  ASSERT_EQ(ata_pass_through("/dev/sg0", tf, XferDir::kFromDevice, data, sizeof data), 0);
+  unsigned sum = 0;
+  for (uint8_t b : data) sum += b;
+  EXPECT_EQ(sum % 256, 0u) << "SMART data checksum";
+  EXPECT_EQ(data[2], 5);  // first attribute id
+  tf.lba_mid = 0;          // no SMART signature: the drive aborts
+  EXPECT_EQ(ata_pass_through("/dev/sg0", tf, XferDir::kFromDevice, data, sizeof data), -1);
+  EXPECT_EQ(disk->ata_commands().back(), 0xb0);
+}
+
+TEST_F(DeviceModelTest, SasDiskAnswersScsiAndRefusesAta) {
+  sim::SasDiskSpec spec;
+  spec.product = "HUSMM111CLAR1600";
+  spec.vendor = "HITACHI";
+  spec.serial = "0QV0X1AA";
+  spec.naa = 0x5000cca0506b5f1cull;
+  spec.blocks = 390721968;
+  spec.block_len = 4096;
+  spec.rotation = 0;
+  spec.form_factor = 3;
+  models.add("/dev/sg16", std::make_shared<sim::SasDiskModel>(spec));
+
+  InquiryData inq = inquiry("/dev/sg16");
+  EXPECT_EQ(inq.vendor, "HITACHI");
+  EXPECT_EQ(inq.product, "HUSMM111CLAR1600");
+  uint8_t page[256];
+  size_t got = 0;
+  ASSERT_EQ(scsi_inquiry("/dev/sg16", 0x83, page, sizeof page, &got), 0);
+  uint8_t naa[16];
+  ASSERT_EQ(scsi_parse_vpd_naa(page, got, naa), 8u);
+  EXPECT_EQ(naa[0], 0x50);
+  EXPECT_EQ(naa[7], 0x1c) << "the logical unit's NAA, not the target port's";
+  ASSERT_EQ(scsi_inquiry("/dev/sg16", 0xb1, page, sizeof page, &got), 0);
+  int rotation = -2, form = -1;
+  ASSERT_TRUE(scsi_parse_vpd_block_chars(page, got, rotation, form));
+  EXPECT_EQ(rotation, 0);
+  EXPECT_EQ(form, 3);
+  uint64_t blocks = 0;
+  uint32_t len = 0;
+  ASSERT_EQ(scsi_read_capacity("/dev/sg16", blocks, len), 0);
+  EXPECT_EQ(blocks, 390721968u);
+  EXPECT_EQ(len, 4096u);
+  uint8_t id[512];
+  EXPECT_EQ(ata_identify("/dev/sg16", id), -1);
+  EXPECT_EQ(scsi_inquiry("/dev/sg16", 0x89, page, sizeof page), -1) << "page not supported";
+}
+
+TEST_F(DeviceModelTest, NvmeControllerIdentify) {
+  sim::NvmeCtrlSpec spec;
+  spec.model = "SAMSUNG MZVLB256HAHQ-000L7";
+  spec.oncs = 0x0014;
+  spec.namespaces = {500118192ull, 1000};
+  spec.lbads = 12;
+  models.add("/dev/nvme0", std::make_shared<sim::NvmeModel>(spec));
+  std::vector<uint8_t> buf(4096);
+  ASSERT_EQ(nvme_identify("/dev/nvme0", 1, 0, buf.data()), 0);
+  NvmeController ctrl;
+  ASSERT_TRUE(nvme_parse_identify_ctrl(buf.data(), buf.size(), ctrl));
+  EXPECT_EQ(ctrl.model, spec.model);
+  EXPECT_EQ(ctrl.serial, spec.serial);
+  EXPECT_EQ(ctrl.firmware, spec.firmware);
+  EXPECT_TRUE(ctrl.oncs & kNvmeOncsDsm);
+  EXPECT_EQ(ctrl.nn, 2u);
+  ASSERT_EQ(nvme_identify("/dev/nvme0", 0, 1, buf.data()), 0);
+  NvmeNamespace ns;
+  ASSERT_TRUE(nvme_parse_identify_ns(buf.data(), buf.size(), ns));
+  EXPECT_EQ(ns.sectors, 500118192u);
+  EXPECT_EQ(ns.lba_size, 4096u);
+  EXPECT_EQ(nvme_identify("/dev/nvme0", 0, 3, buf.data()), -1) << "no namespace 3";
+  uint8_t inq[36];
+  EXPECT_EQ(scsi_inquiry("/dev/nvme0", -1, inq, sizeof inq), -1);
+}
+
+TEST_F(DeviceModelTest, OpticalDriveAndUsbBridges) {
+  models.add("/dev/sg2", std::make_shared<sim::OpticalDriveModel>(sim::OpticalSpec{}));
+  InquiryData odd = inquiry("/dev/sg2");
+  EXPECT_EQ(odd.peripheral_type, 5);
+  EXPECT_TRUE(odd.removable);
+  DeviceCommand tur;
+  EXPECT_EQ(scsi_test_unit_ready("/dev/sg2", &tur), -1);
+  EXPECT_EQ(tur.sense_key(), 0x02);
+  EXPECT_EQ(tur.asc(), 0x3a) << "medium not present";
+  uint64_t blocks = 0;
+  uint32_t len = 0;
+  EXPECT_EQ(scsi_read_capacity("/dev/sg2", blocks, len), -1);
+
+  sim::AtaDiskSpec behind;
+  behind.model = "ST2000LM015-2E8174";
+  auto disk = std::make_shared<sim::SataDiskModel>(behind);
+  sim::UsbBridgeSpec sat;
+  sat.vendor = "Seagate";
+  sat.product = "Expansion";
+  models.add("/dev/sg5", std::make_shared<sim::UsbBridgeModel>(sat, disk));
+  EXPECT_EQ(inquiry("/dev/sg5").vendor, "Seagate");
+  uint8_t id_page[512];
+  ASSERT_EQ(ata_identify("/dev/sg5", id_page), 0);
+  AtaIdentity id;
+  ASSERT_TRUE(ata_identify_parse(id_page, sizeof id_page, id));
+  EXPECT_EQ(id.model, behind.model);
+  ASSERT_EQ(scsi_read_capacity("/dev/sg5", blocks, len), 0);
+  EXPECT_EQ(blocks, behind.sectors);
+
+  sim::UsbBridgeSpec plain = sat;
+  plain.sat_passthrough = false;
+  models.add("/dev/sg6", std::make_shared<sim::UsbBridgeModel>(plain, disk));
+  EXPECT_EQ(ata_identify("/dev/sg6", id_page), -1);
+
+  sim::UsbBridgeSpec reader;
+  reader.vendor = "Generic-";
+  reader.product = "SD/MMC CRW";
+  reader.removable = true;
+  models.add("/dev/sg7", std::make_shared<sim::UsbBridgeModel>(reader, nullptr));
+  EXPECT_TRUE(inquiry("/dev/sg7").removable);
+  EXPECT_EQ(scsi_read_capacity("/dev/sg7", blocks, len), -1) << "no card";
+}
+
+TEST_F(DeviceModelTest, UnknownNodesAndTheRealBackendFailCleanly) {
+  DeviceCommand cmd;
+  cmd.cdb_len = 6;
+  EXPECT_EQ(device_command("/dev/sg9", cmd), -ENODEV);
+  EXPECT_EQ(models.commands("/dev/sg9"), 0);
+
+  set_device_transport(nullptr);  // the real ioctl backend, on a plain file under a root
+  test::SandboxRoot root;
+  root.write("/dev/sg0", "");
+  DeviceCommand inq;
+  inq.cdb_len = 6;
+  inq.cdb[0] = 0x12;
+  uint8_t buf[36];
+  inq.cdb[4] = sizeof buf;
+  inq.dir = XferDir::kFromDevice;
+  inq.data = buf;
+  inq.data_len = sizeof buf;
+  EXPECT_LT(device_command("/dev/sg0", inq), 0) << "SG_IO on a plain file";
+  EXPECT_EQ(device_command("/dev/missing", inq), -ENOENT);
+  DeviceCommand no_buffer;
+  no_buffer.cdb_len = 6;
+  no_buffer.dir = XferDir::kFromDevice;
+  EXPECT_EQ(device_command("/dev/sg0", no_buffer), -EINVAL);
+  set_device_transport(&models);
+}
+
+}  // namespace
+}  // namespace bayhal

@@ -130,6 +130,34 @@ int FakeBackend::scan_ext_port(const char*, std::vector<std::pair<int, int>>* po
   return 0;
 }
 
+int RecordingRunner::shell(const std::string& line) {
+  lines.push_back(line);
+  return 0;
+}
+
+int RecordingRunner::shell_read(const std::string& line, std::string& output) {
+  lines.push_back(line);
+  output = read_output;
+  return 0;
+}
+
+int RecordingRunner::exec(const std::vector<std::string>& argv, std::string*) {
+  std::string line;
+  for (const std::string& a : argv) line += (line.empty() ? "" : " ") + a;
+  lines.push_back(line);
+  return 0;
+}
+
+int WaitingRunner::shell(const std::string& line) { return real_.shell(line + "\nwait"); }
+
+int WaitingRunner::shell_read(const std::string& line, std::string& output) {
+  return real_.shell_read(line, output);
+}
+
+int WaitingRunner::exec(const std::vector<std::string>& argv, std::string* output) {
+  return real_.exec(argv, output);
+}
+
 DiskTest::DiskTest() { set_disk_backend(&backend); }
 DiskTest::~DiskTest() { set_disk_backend(nullptr); }
 

@@ -8,6 +8,7 @@
 
 #include "bayhal/PD.h"
 #include "disk/disk_backend.h"
+#include "foundation/command_runner.h"
 #include "tests/support/sandbox_root.h"
 
 namespace bayhal::test {
@@ -51,6 +52,30 @@ class FakeBackend : public DiskBackend {
   int lookup_in_pcie_enclosure(int domain, const char* dev_bus, int switch_port, int index,
                                char* pd_sys_id, int size) override;
   int scan_ext_port(const char* card_enc_sys_id, std::vector<std::pair<int, int>>* ports) override;
+};
+
+// Records what the library would run and runs nothing. shell_read answers `read_output`.
+class RecordingRunner : public CommandRunner {
+ public:
+  std::vector<std::string> lines;
+  std::string read_output;
+  int shell(const std::string& line) override;
+  int shell_read(const std::string& line, std::string& output) override;
+  int exec(const std::vector<std::string>& argv, std::string* output) override;
+};
+
+// Runs commands for real (stand-ins under the root) but lets a shell line's background jobs
+// finish before returning, so a test sees what a hook recorded without sleeping.
+class WaitingRunner : public CommandRunner {
+ public:
+  // Construct while the real runner is in force.
+  WaitingRunner() : real_(runner()) {}
+  int shell(const std::string& line) override;
+  int shell_read(const std::string& line, std::string& output) override;
+  int exec(const std::vector<std::string>& argv, std::string* output) override;
+
+ private:
+  CommandRunner& real_;
 };
 
 // A sandbox root with the fake backend installed.

@@ -1,0 +1,189 @@
+// Device numbers and names: the kernel's block-device table under /sys (within the system
+// root) is the only source; nothing here opens a device node.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "bayhal/ERR_TRACE.h"
+#include "bayhal/PD.h"
+#include "disk/disk_backend.h"
+#include "disk/disk_store.h"
+#include "disk/enc_access.h"
+#include "disk/pd_fields.h"
+#include "disk/pd_query.h"
+#include "disk/pd_wwn.h"
+#include "foundation/export.h"
+#include "foundation/sysroot.h"
+#include "foundation/unique_fd.h"
+
+namespace bayhal::disk {
+
+namespace {
+
+// Small sysfs text files; anything longer is cut.
+std::string read_small(const std::string& path) {
+  UniqueFd fd(::open(SysPath(path).c_str(), O_RDONLY | O_CLOEXEC));
+  if (!fd) return {};
+  char buf[1024];
+  ssize_t n = ::read(fd.get(), buf, sizeof buf);
+  return n > 0 ? std::string(buf, static_cast<size_t>(n)) : std::string();
+}
+
+bool safe_name(std::string_view name) {
+  return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos;
+}
+
+}  // namespace
+
+// "/dev/<name>" of a device number, from the "DEVNAME=" line of its uevent.
+std::string name_of_dev_no(int major, int minor) {
+  if (major < 0 || minor < 0) return {};
+  char path[64];
+  std::snprintf(path, sizeof path, "/sys/dev/block/%d:%d/uevent", major, minor);
+  std::string text = read_small(path);
+  size_t at = 0;
+  while (at < text.size()) {
+    size_t nl = text.find('\n', at);
+    std::string_view line = std::string_view(text).substr(at, nl == std::string::npos ? std::string::npos : nl - at);
+    if (line.substr(0, 8) == "DEVNAME=") {
+      std::string_view name = line.substr(8);
+      return safe_name(name) ? "/dev/" + std::string(name) : std::string();
+    }
+    if (nl == std::string::npos) break;
+    at = nl + 1;
+  }
+  return {};
+}
+
+// Device number of "/dev/sd*", "/dev/vd*" (virtio) or "/dev/xvd*" (Xen).
+bool dev_no_of_name(std::string_view name, int* major, int* minor) {
+  bool accepted = false;
+  for (std::string_view prefix : {"/dev/sd", "/dev/vd", "/dev/xvd"})
+    if (name.substr(0, prefix.size()) == prefix) accepted = true;
+  std::string_view base = name.substr(5);
+  if (!accepted || !safe_name(base)) return false;
+  std::string text = read_small("/sys/class/block/" + std::string(base) + "/dev");
+  int ma = -1;
+  int mi = -1;
+  if (std::sscanf(text.c_str(), "%d:%d", &ma, &mi) != 2 || ma < 0 || mi < 0) return false;
+  *major = ma;
+  *minor = mi;
+  return true;
+}
+
+// The registered disk with that device name: 0 with its address, or -1.
+int find_by_dev_name(std::string_view dev_name, int* enc_id, int* port_id) {
+  std::string_view base = dev_name.substr(0, 5) == "/dev/" ? dev_name.substr(5) : dev_name;
+  if (!usable_key_text(base)) return -1;
+  for (int id : enc_registered_ids()) {
+    auto port = get_number(store_file(id), kIndex, sysid_key(base).c_str());
+    if (port && *port >= 0) {
+      *enc_id = id;
+      *port_id = static_cast<int>(*port);
+      return 0;
+    }
+  }
+  return -1;
+}
+
+// The registered disk of a device number, read from the device itself.
+int device_info_by_dev_no(int major, int minor, PD_INFO* info, std::string* enc_sys_id) {
+  std::string name = name_of_dev_no(major, minor);
+  int enc_id = -1;
+  int port_id = -1;
+  if (name.empty() || find_by_dev_name(name, &enc_id, &port_id) != 0) return -1;
+  std::string enc = enc_sys_id_of(enc_id);
+  if (enc_sys_id != nullptr) *enc_sys_id = enc;
+  if (info == nullptr) return 0;
+  char id[PD_NAME_LEN] = {};
+  if (disk_backend().sys_id_by_sys_name(name.c_str(), id, sizeof id) != 0) return -1;
+  id[sizeof id - 1] = '\0';
+  *info = PD_INFO{};
+  return disk_backend().getinfo(enc.c_str(), id, info) == 0 ? 0 : -1;
+}
+
+}  // namespace bayhal::disk
+
+namespace {
+
+int copy_out(const std::string& text, char* buf, int size) {
+  if (!bayhal::disk::usable_buffer(buf, size)) return -1;
+  std::snprintf(buf, static_cast<size_t>(size), "%s", text.c_str());
+  return 0;
+}
+
+}  // namespace
+
+BAYHAL_EXPORT int PD_Get_Sys_Name_By_Dev_No(int major, int minor, char* buf, int size) {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, major, minor);
+  if (bayhal::disk::usable_buffer(buf, size)) buf[0] = '\0';
+  std::string name = bayhal::disk::name_of_dev_no(major, minor);
+  return name.empty() ? -1 : copy_out(name, buf, size);
+}
+
+BAYHAL_EXPORT int PD_Get_Dev_No_By_Sys_Name(const char* sys_name, int* major, int* minor) {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%s).\n", __func__,
+            sys_name != nullptr ? sys_name : "(null)");
+  if (sys_name == nullptr || major == nullptr || minor == nullptr) return -1;
+  return bayhal::disk::dev_no_of_name(sys_name, major, minor) ? 0 : -1;
+}
+
+BAYHAL_EXPORT int PD_Get_Dev_No_By_Id(int enc_id, int port_id, int* major, int* minor) {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, port_id);
+  char name[PD_NAME_LEN];
+  if (major == nullptr || minor == nullptr || PD_Get_Sys_Name(enc_id, port_id, name, sizeof name) <= 0)
+    return -1;
+  return bayhal::disk::dev_no_of_name(name, major, minor) ? 0 : -1;
+}
+
+BAYHAL_EXPORT int PD_Get_Id_By_Dev_No(int major, int minor, int* enc_id, int* port_id) {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, major, minor);
+  if (enc_id == nullptr || port_id == nullptr) return -1;
+  std::string name = bayhal::disk::name_of_dev_no(major, minor);
+  return name.empty() ? -1 : bayhal::disk::find_by_dev_name(name, enc_id, port_id);
+}
+
+BAYHAL_EXPORT int PD_Get_Serial_No_By_Dev_No(int major, int minor, char* buf, int size) {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, major, minor);
+  if (bayhal::disk::usable_buffer(buf, size)) buf[0] = '\0';
+  PD_INFO info{};
+  if (bayhal::disk::device_info_by_dev_no(major, minor, &info, nullptr) != 0) return -1;
+  return copy_out(std::string(bayhal::disk::text_of(info.serial_no)), buf, size);
+}
+
+BAYHAL_EXPORT int PD_Get_WWN_By_Dev_No(int major, int minor, char* buf, int size) {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, major, minor);
+  if (bayhal::disk::usable_buffer(buf, size)) buf[0] = '\0';
+  PD_INFO info{};
+  if (bayhal::disk::device_info_by_dev_no(major, minor, &info, nullptr) != 0) return -1;
+  std::string wwn = bayhal::disk::pd_real_wwn(info);
+  return wwn.empty() ? -1 : copy_out(wwn, buf, size);
+}
+
+namespace {
+
+int enc_of_dev_no_is(int major, int minor, bool (*test)(std::string_view)) {
+  std::string enc;
+  if (bayhal::disk::device_info_by_dev_no(major, minor, nullptr, &enc) != 0) return 0;
+  return test(enc) ? 1 : 0;
+}
+
+}  // namespace
+
+BAYHAL_EXPORT int PD_Is_In_Root_By_Dev_No(int major, int minor) {
+  return enc_of_dev_no_is(major, minor, [](std::string_view e) { return e == "root"; });
+}
+
+BAYHAL_EXPORT int PD_Is_In_Root_Cache_By_Dev_No(int major, int minor) {
+  return enc_of_dev_no_is(major, minor, [](std::string_view e) { return e == "root_cache"; });
+}
+
+BAYHAL_EXPORT int PD_Is_In_Root_PCIe_By_Dev_No(int major, int minor) {
+  return enc_of_dev_no_is(major, minor, [](std::string_view e) {
+    return e.substr(0, 10) == "root_pcie_" || e.substr(0, 3) == "zmc";
+  });
+}

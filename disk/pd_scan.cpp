@@ -1,0 +1,75 @@
+// pd_scan: registers the disks of an enclosure as it is attached. Also the disk registry's
+// side of the enclosure registry's link (scan, disk removal, device ids), installed when
+// the library is loaded.
+#include <cstdlib>
+#include <string>
+
+#include "bayhal/ERR_TRACE.h"
+#include "bayhal/Ini_Conf.h"
+#include "disk/disk_backend.h"
+#include "disk/disk_store.h"
+#include "disk/enc_access.h"
+#include "disk/pd_attach.h"
+#include "enclosure/disk_registry_link.h"
+#include "ini/ini_store.h"
+
+namespace bayhal {
+
+namespace {
+
+// The enc_sys_id of an enclosure, from the rescan folder's hal.conf when there is one.
+std::string scan_enc_sys_id(int enc_id, const char* dir) {
+  if (dir != nullptr && *dir != '\0') {
+    auto s = ini::read_section(disk::boot_store_file(dir), "Enclosure_" + std::to_string(enc_id));
+    if (const std::string* v = s ? s->find("enc_sys_id") : nullptr) return *v;
+  }
+  return disk::enc_sys_id_of(enc_id);
+}
+
+class DiskRegistry final : public DiskRegistryLink {
+ public:
+  int scan(int enc_id, const char* dir) override { return pd_scan(enc_id, dir); }
+  int detach_by_dev_id(int enc_id, int dev_id) override {
+    return pd_detach_by_dev_id(enc_id, dev_id);
+  }
+  int dev_id_of_port(int enc_id, int port, int* dev_id) override {
+    if (dev_id == nullptr) return -1;
+    int v = 0;
+    std::string file = disk::store_file(enc_id);
+    std::string section = disk::physical_section(port);
+    if (Ini_Conf_Get_Field_Int(file.c_str(), section.c_str(), "port_id", &v, 0) <= 0) return -1;
+    *dev_id = v;
+    return 0;
+  }
+};
+
+DiskRegistry registry;
+
+}  // namespace
+
+void install_disk_registry_link() { set_disk_registry_link(&registry); }
+
+int pd_scan(int enc_id, const char* dir) {
+  std::string enc_sys_id = scan_enc_sys_id(enc_id, dir);
+  if (enc_id < 0 || enc_sys_id.empty()) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): unknown enclosure %d!\n", __func__, __LINE__, enc_id);
+    return -1;
+  }
+  int slots = disk::enc_max_disk_num(enc_id);
+  int max = slots > 0 ? slots : PD_SLOT_PORT_ID_MAX;
+  std::vector<char*> list(static_cast<size_t>(max), nullptr);
+  int n = disk_backend().enumerate(enc_sys_id.c_str(), list.data(), max);
+  if (n < 0) return -1;
+  if (n > max) n = max;
+  int attached = 0;
+  for (int i = 0; i < n; ++i) {
+    if (list[i] == nullptr) continue;
+    if (pd_attach_in(enc_id, enc_sys_id.c_str(), list[i], dir) == 0) ++attached;
+    std::free(list[i]);
+  }
+  ERR_TRACE(HAL_TRACE_INFO, "%s: enc_id %d (%s): %d of %d disks attached.\n", __func__, enc_id,
+            enc_sys_id.c_str(), attached, n);
+  return 0;
+}
+
+}  // namespace bayhal

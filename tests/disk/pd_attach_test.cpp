@@ -1,0 +1,420 @@
+// Attach and detach: the hot-plug path from a kernel name to a registered disk and back.
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <map>
+#include <set>
+
+#include "bayhal/Ini_Conf.h"
+#include "disk/disk_store.h"
+#include "disk/pd_attach.h"
+#include "disk/pd_fields.h"
+#include "disk/pd_store.h"
+#include "enclosure/disk_registry_link.h"
+#include "foundation/clock.h"
+#include "ini/ini_store.h"
+#include "tests/disk/disk_fixture.h"
+
+namespace bayhal {
+namespace {
+
+using test::add_enclosure;
+using test::bit_of;
+using test::key_of;
+using test::make_disk;
+
+constexpr const char* kStore0 = "/etc/enclosure_0.conf";
+
+class PdAttach : public test::DiskTest {
+ protected:
+  PdAttach() {
+    add_enclosure(0, "root", 8, 0, 0x80000000u);
+    set_runner(&recorder);
+  }
+  ~PdAttach() override { set_runner(nullptr); }
+
+  // A disk discovery finds in `port`, with kernel counters that show it answers I/O.
+  PD_INFO& plug(const std::string& sys_id, int port, const std::string& serial,
+                int requests = 0x80, int done = 0x80) {
+    PD_INFO d = make_disk(sys_id, serial, port);
+    std::string sg = "sg" + std::to_string(backend.disks.size() + 1);
+    disk::set_text(d.pd_ctrl_name, "/dev/" + sg);
+    counters(sg, requests, done);
+    root.write("/sys/block/" + sys_id + "/device/varn_param_latency", "0\n");
+    root.write("/sys/block/" + sys_id + "/queue/max_sectors_kb", "1280\n");
+    return backend.disks[sys_id] = d;
+  }
+  void counters(const std::string& sg, int requests, int done) {
+    char req[16];
+    char dn[16];
+    std::snprintf(req, sizeof req, "0x%x\n", requests);
+    std::snprintf(dn, sizeof dn, "0x%x\n", done);
+    root.write("/sys/class/scsi_generic/" + sg + "/device/iorequest_cnt", req);
+    root.write("/sys/class/scsi_generic/" + sg + "/device/iodone_cnt", dn);
+  }
+  bool ran(const std::string& prefix) const {
+    for (const std::string& l : recorder.lines)
+      if (l.rfind(prefix, 0) == 0) return true;
+    return false;
+  }
+
+  test::WaitingRunner real;  // built before the recorder is installed: wraps the real runner
+  test::RecordingRunner recorder;
+};
+
+TEST_F(PdAttach, DiskInsertedIntoSlotThreeFollowsTheWholePath) {
+  set_runner(&real);
+  root.stand_in("/etc/init.d/pd_attach");
+  root.stand_in("/sbin/udevadm");
+  root.stand_in("/sbin/storage_util");
+  root.stand_in("/sbin/syscfg", "512\n");
+  plug("sdb", 3, "WD-SLOT3");
+
+  ASSERT_EQ(PD_Sys_Attach("root", "sdb"), 0);
+
+  EXPECT_TRUE(bit_of(kStore0, "pd_bitmap", 3));
+  EXPECT_EQ(root.calls("pd_attach"), std::vector<std::string>{"0 3 /dev/sdb"});
+  EXPECT_EQ(root.calls("udevadm"), std::vector<std::string>{"control --env=sdb=root"});
+  EXPECT_EQ(root.calls("storage_util"),
+            std::vector<std::string>{"--ironwolf_disk_info_init dev_id=00000003"});
+  EXPECT_EQ(root.calls("syscfg"), std::vector<std::string>{"-g Limitation HDD_MAX_SECTORS_KB"});
+  EXPECT_EQ(root.read("/sys/block/sdb/device/varn_param_latency"), "1000\n");
+  EXPECT_EQ(root.read("/sys/block/sdb/queue/max_sectors_kb"), "512\n");
+
+  PD_INFO info{};
+  ASSERT_EQ(PD_Get_Info(0, 3, &info), 0);
+  EXPECT_STREQ(info.pd_sys_id, "sdb");
+  EXPECT_STREQ(info.serial_no, "WD-SLOT3");
+  char text[64];
+  EXPECT_EQ(PD_Get_Serial_No(0, 3, text, sizeof text), 8);
+  EXPECT_STREQ(text, "WD-SLOT3");
+  EXPECT_EQ(PD_Get_Id_By_Sys_Id(0, "sdb"), 3);
+  EXPECT_EQ(PD_Is_Exist(0, 3), 1);
+  int ports[8];
+  EXPECT_EQ(PD_Enumerate(0, ports, 8), 1);
+  EXPECT_EQ(ports[0], 3);
+}
+
+TEST_F(PdAttach, DetachKeepsHistoryAndTheReturningDiskIsRecognised) {
+  set_runner(&real);
+  root.stand_in("/etc/init.d/pd_detach");
+  root.stand_in("/sbin/udevadm");
+  plug("sdb", 3, "WD-BACK");
+  ASSERT_EQ(PD_Sys_Attach("root", "sdb"), 0);
+  ASSERT_EQ(PD_Sys_Detach("root", "sdb"), 0);
+
+  EXPECT_EQ(PD_Is_Exist(0, 3), 0);
+  EXPECT_EQ(PD_Get_Id_By_Sys_Id(0, "sdb"), -1);
+  EXPECT_EQ(root.calls("pd_detach"), std::vector<std::string>{"0 3 /dev/sdb"});
+  EXPECT_EQ(PD_Get_Id_By_Sys_Id_From_History(0, "sdb"), 3);
+  char name[32];
+  EXPECT_EQ(PD_Get_Sys_Name_From_History(0, 3, name, sizeof name), 8);
+  EXPECT_STREQ(name, "/dev/sdb");
+  backend.names["/dev/sdb"] = "sdb";
+  EXPECT_EQ(PD_Get_Id_By_Sys_Name_From_History(0, "/dev/sdb"), 3);
+  EXPECT_EQ(PD_Get_Id_By_Enc_Conf(0, "/dev/sdb"), 3);  // falls back to history
+
+  EXPECT_EQ(PD_Sys_Detach("root", "sdb"), -1);  // unknown now
+  EXPECT_EQ(PD_Sys_Detach("nowhere", "sdb"), -1);
+}
+
+TEST_F(PdAttach, UsbBridgeConfigurationUnitIsNeverRegistered) {
+  PD_INFO& lun = plug("sdd", -1, "CFG");
+  disk::set_text(lun.vendor, "ASMT109x-");
+  disk::set_text(lun.model, "Config Disk");
+  EXPECT_EQ(PD_Sys_Attach("root", "sdd"), -2);
+  PD_INFO& empty = plug("sde", -1, "EMPTY");
+  disk::set_text(empty.vendor, "ASMT1051");
+  empty.capacity = 0;
+  EXPECT_EQ(PD_Sys_Attach("root", "sde"), -2);
+  EXPECT_FALSE(root.exists(kStore0));
+  EXPECT_FALSE(ran("/sbin/udevadm"));
+}
+
+struct AccessCase {
+  const char* name;
+  int requests;
+  int done;
+  int want;
+  int sleeps;
+};
+
+class PdAccess : public PdAttach, public ::testing::WithParamInterface<AccessCase> {};
+
+TEST_P(PdAccess, DiskMustShowItCompletesIo) {
+  const AccessCase& c = GetParam();
+  VirtualClock clock;
+  ScopedClock use(clock);
+  PD_INFO& d = plug("sdf", 2, "IO", c.requests, c.done);
+  EXPECT_EQ(pd_sys_check_rw_access("root", "sdf", &d), c.want);
+  EXPECT_EQ(clock.sleeps(), c.sleeps);
+  EXPECT_EQ(clock.slept_ms(), c.sleeps * 1000LL);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, PdAccess,
+                         ::testing::Values(AccessCase{"busy_disk", 41, 0, 0, 0},
+                                           AccessCase{"caught_up", 10, 7, 0, 0},
+                                           AccessCase{"never_completes", 8, 0, -1, 3},
+                                           AccessCase{"almost", 40, 36, -1, 3}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(PdAttach, FreshDiskThatNeverCompletesFailsTheAttachAfterThreeWaits) {
+  VirtualClock clock;
+  ScopedClock use(clock);
+  plug("sdg", 4, "DEAD", 6, 0);
+  EXPECT_EQ(PD_Sys_Attach("root", "sdg"), -1);
+  EXPECT_EQ(clock.sleeps(), 3);
+  EXPECT_FALSE(root.exists(kStore0));
+}
+
+TEST_F(PdAttach, AccessCheckSkipsAndErrors) {
+  PD_INFO d = make_disk("x", "s");
+  EXPECT_EQ(pd_sys_check_rw_access("root_boot", "sda", &d), 0);
+  EXPECT_EQ(pd_sys_check_rw_access("root_pcie_1", "sdq", &d), 0);
+  EXPECT_EQ(pd_sys_check_rw_access("root", "nvme0n1", &d), 0);
+  EXPECT_EQ(pd_sys_check_rw_access("root", "virtio-2", &d), 0);
+  EXPECT_EQ(pd_sys_check_rw_access("usb1", "1:0:0:0", &d), 0);
+  EXPECT_EQ(pd_sys_check_rw_access("root", "", &d), -1);
+  EXPECT_EQ(pd_sys_check_rw_access("root", "sdz", &d), -1);  // no counters to read
+  EXPECT_EQ(pd_sys_check_rw_access("root", "sdz", nullptr), -1);
+}
+
+TEST_F(PdAttach, FullOrdinaryEnclosureAttachesWithoutARecordButFullIscsiFails) {
+  add_enclosure(1, "root_usb", 99, 2);
+  PD_INFO filler = make_disk("sdu", "FILL", 100);
+  ASSERT_EQ(pd_write_conf(1, 100, &filler), 0);
+  PD_INFO& usb = plug("sdv", -1, "USB");
+  usb.type = PD_TYPE_USB;
+  EXPECT_EQ(PD_Sys_Attach("root_usb", "sdv"), 0);
+  EXPECT_EQ(PD_Get_Id_By_Sys_Id(1, "sdv"), -1);
+  EXPECT_TRUE(ran("/sbin/udevadm control --env=sdv=root_usb"));
+
+  add_enclosure(31, "root_iscsi", 1, 4);
+  plug("sdi", -1, "ISCSI1");
+  plug("sdj", -1, "ISCSI2");
+  EXPECT_EQ(PD_Sys_Attach("root_iscsi", "sdi"), 0);
+  EXPECT_EQ(PD_Get_Id_By_Sys_Id(31, "sdi"), 1);
+  EXPECT_EQ(PD_Sys_Attach("root_iscsi", "sdj"), -1);
+  EXPECT_FALSE(ran("/sbin/udevadm control --env=sdj=root_iscsi"));
+}
+
+TEST_F(PdAttach, DiskMovedFromSdbToSdcKeepsItsVolumes) {
+  root.write("/etc/volume.conf",
+             "[Global]\npd_00000003_-1_Vol_Bitmap = 1\npd_00000003_1_Vol_Bitmap = 2\n"
+             "pd_00000003_2_Vol_Bitmap = 0\n"
+             "[VOL_1]\nraidName = /dev/sdb\nmappingName = /dev/sdb\n"
+             "[VOL_2]\nraidName = /dev/sdb1\nmappingName = /dev/sdb1\nstatus = 0\n");
+  plug("sdc", 3, "MOVED");
+  ASSERT_EQ(PD_Sys_Attach("root", "sdc"), 0);
+  EXPECT_EQ(key_of("/etc/volume.conf", "VOL_1", "raidName"), "/dev/sdc");
+  EXPECT_EQ(key_of("/etc/volume.conf", "VOL_1", "mappingName"), "/dev/sdc");
+  EXPECT_EQ(key_of("/etc/volume.conf", "VOL_2", "raidName"), "/dev/sdc1");
+  EXPECT_EQ(key_of("/etc/volume.conf", "VOL_2", "mappingName"), "/dev/sdc1");
+  EXPECT_EQ(key_of("/etc/volume.conf", "VOL_2", "status"), "0");
+}
+
+TEST(PdPartitionName, NumberedNamesGetAPWhereTheKernelPutsOne) {
+  EXPECT_EQ(partition_name("/dev/sdc", -1), "/dev/sdc");
+  EXPECT_EQ(partition_name("/dev/sdc", 3), "/dev/sdc3");
+  EXPECT_EQ(partition_name("/dev/nvme0n1", 1), "/dev/nvme0n1p1");
+  EXPECT_EQ(partition_name("/dev/mmcblk0", 2), "/dev/mmcblk0p2");
+  EXPECT_EQ(partition_name("/dev/loop4", 1), "/dev/loop4p1");
+  EXPECT_EQ(partition_name("/dev/rbd0", 6), "/dev/rbd0p6");
+}
+
+TEST_F(PdAttach, DeviceTextNeverReachesAShellUnquoted) {
+  set_runner(&real);
+  root.stand_in("/etc/init.d/pd_attach");
+  root.stand_in("/sbin/udevadm");
+  PD_INFO& d = plug("sdh", 5, "Q");
+  disk::set_text(d.pd_sys_name, "/dev/sdh;touch${IFS}PWNED");
+  ASSERT_EQ(PD_Sys_Attach("root", "sdh"), 0);
+  EXPECT_EQ(root.calls("pd_attach"),
+            std::vector<std::string>{"0 5 /dev/sdh;touch${IFS}PWNED"});
+  EXPECT_FALSE(root.exists("/PWNED"));
+  struct stat st {};
+  EXPECT_NE(::stat("PWNED", &st), 0);
+}
+
+TEST_F(PdAttach, HookMustBeExecutableByItsOwner) {
+  root.write("/etc/init.d/pd_attach", "#!/bin/sh\n");
+  ::chmod(root.path("/etc/init.d/pd_attach").c_str(), 0644);
+  plug("sdb", 3, "NOEXEC");
+  ASSERT_EQ(PD_Sys_Attach("root", "sdb"), 0);
+  EXPECT_FALSE(ran("/etc/init.d/pd_attach"));
+}
+
+TEST_F(PdAttach, DetachTakesMemberDisksAlongUnlessTheRaidModeSaysOtherwise) {
+  PD_INFO parent = make_disk("sdm", "PARENT", 2);
+  parent.capabilities |= PD_CAP_HAS_MEMBERS;
+  ASSERT_EQ(pd_write_conf(0, 2, &parent), 0);
+  for (int k : {0, 1}) {
+    PD_INFO m = make_disk("sdm" + std::to_string(k), "M" + std::to_string(k), 2000 + k);
+    ASSERT_EQ(pd_write_conf(0, 2000 + k, &m), 0);
+  }
+  EXPECT_EQ(PD_Sys_Detach("root", "sdm"), 0);
+  EXPECT_EQ(PD_Is_Exist(0, 2), 0);
+  EXPECT_EQ(PD_Is_Exist(0, 2000), 0);
+  EXPECT_EQ(PD_Is_Exist(0, 2001), 0);
+  EXPECT_FALSE(bit_of(kStore0, "pd2_member_bitmap", 1));
+
+  ASSERT_EQ(pd_write_conf(0, 2, &parent), 0);
+  PD_INFO m = make_disk("sdm0", "M0", 2000);
+  ASSERT_EQ(pd_write_conf(0, 2000, &m), 0);
+  backend.sr_modes[2] = 4;
+  EXPECT_EQ(PD_Sys_Detach("root", "sdm"), 0);
+  EXPECT_EQ(PD_Is_Exist(0, 2), 0);
+  EXPECT_EQ(PD_Is_Exist(0, 2000), 1);
+}
+
+TEST_F(PdAttach, HardwareRaidAdapterDiskRegistersItsArray) {
+  PD_INFO& d = plug("sdr", 3, "ARRAY-1");
+  d.adapter_kind = PD_ADAPTER_RAID_A;
+  d.hw_raid_type = 5;
+  ASSERT_EQ(PD_Sys_Attach("root", "sdr"), 0);
+  const char* conf = "/etc/config/sr_raid.conf";
+  EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(conf, "Global", "raidBitmap", 0));
+  EXPECT_EQ(key_of(conf, "RAID_0", "uuid"), "ARRAY-1");
+  EXPECT_EQ(key_of(conf, "RAID_0", "raidLevel"), "5");
+  EXPECT_EQ(key_of(conf, "RAID_0", "dataBitmap"), "0x8");
+  EXPECT_EQ(key_of(conf, "RAID_0", "data_3"), "sdr");
+  ASSERT_EQ(PD_Sys_Detach("root", "sdr"), 0);
+  EXPECT_FALSE(Ini_Conf_Bitmap_Is_Bit_Set(conf, "Global", "raidBitmap", 0));
+  EXPECT_EQ(key_of(conf, "RAID_0", "uuid"), "");
+}
+
+struct LatencyCase {
+  const char* name;
+  int type;
+  unsigned caps;
+  const char* model;
+  const char* enc;
+  int want;
+  const char* written;
+};
+
+class PdLatency : public PdAttach, public ::testing::WithParamInterface<LatencyCase> {};
+
+TEST_P(PdLatency, OnlyAtaDisksGetTheirCommandLatency) {
+  const LatencyCase& c = GetParam();
+  PD_INFO d = make_disk("sdl", "L", 1, c.enc);
+  root.write("/sys/block/sdl/device/varn_param_latency", "0\n");
+  d.type = c.type;
+  d.capabilities = c.caps;
+  disk::set_text(d.model, c.model);
+  EXPECT_EQ(PD_Set_ATA_IO_Latency(&d), c.want);
+  EXPECT_EQ(root.read("/sys/block/sdl/device/varn_param_latency"), c.written);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, PdLatency,
+    ::testing::Values(LatencyCase{"hdd", PD_TYPE_ATA, 0, "WD", "root", 0, "1000\n"},
+                      LatencyCase{"ssd", PD_TYPE_ATA, PD_CAP_SSD, "SSD", "root", 0, "300\n"},
+                      LatencyCase{"sas", PD_TYPE_SCSI, 0, "SAS", "root", -1, "0\n"},
+                      LatencyCase{"bkt", PD_TYPE_ATA, 0, "BKT-1", "root", -1, "0\n"},
+                      LatencyCase{"px", PD_TYPE_ATA, 0, "WD", "px_0011", -1, "0\n"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(PdAttach, QueueLimitComesFromTheSystemConfiguration) {
+  root.write("/sys/block/sdq/queue/max_sectors_kb", "1280\n");
+  recorder.read_output = "";
+  EXPECT_EQ(pd_sys_set_device_queue("/dev/sdq"), -1);
+  recorder.read_output = "256\n";
+  EXPECT_EQ(pd_sys_set_device_queue("/dev/sdq"), 0);
+  EXPECT_EQ(root.read("/sys/block/sdq/queue/max_sectors_kb"), "256\n");
+  EXPECT_EQ(pd_sys_set_device_queue("/dev/../x"), -1);
+  EXPECT_EQ(pd_sys_set_device_queue(nullptr), -1);
+}
+
+TEST_F(PdAttach, EnclosureRegistryScansThroughTheInstalledLink) {
+  plug("sdb", 1, "SCAN1");
+  plug("sdc", 2, "SCAN2");
+  backend.members["root"] = {"sdb", "sdc"};
+  EXPECT_EQ(disk_registry_link().scan(0, nullptr), 0);
+  EXPECT_EQ(PD_Get_Id_By_Sys_Id(0, "sdb"), 1);
+  EXPECT_EQ(PD_Get_Id_By_Sys_Id(0, "sdc"), 2);
+  int dev_id = 0;
+  EXPECT_EQ(disk_registry_link().dev_id_of_port(0, 2, &dev_id), 0);
+  EXPECT_EQ(dev_id, 2);
+  EXPECT_EQ(disk_registry_link().detach_by_dev_id(0, 2), 0);
+  EXPECT_EQ(PD_Is_Exist(0, 2), 0);
+  EXPECT_EQ(pd_scan(7, nullptr), -1);  // no such enclosure
+}
+
+TEST_F(PdAttach, BadArgumentsFailCleanly) {
+  EXPECT_EQ(PD_Sys_Attach(nullptr, "sdb"), -1);
+  EXPECT_EQ(PD_Sys_Attach("root", nullptr), -1);
+  EXPECT_EQ(PD_Sys_Attach("", ""), -1);
+  EXPECT_EQ(PD_Sys_Attach("nowhere", "sdb"), -1);
+  EXPECT_EQ(PD_Sys_Attach("root", "unknown-disk"), -1);  // discovery does not know it
+  EXPECT_EQ(PD_Sys_Detach(nullptr, nullptr), -1);
+  EXPECT_EQ(PD_Set_ATA_IO_Latency(nullptr), -1);
+}
+
+// Many processes attaching and detaching disks of several enclosures at once.
+TEST_F(PdAttach, ConcurrentAttachAndDetachLeaveConsistentStores) {
+  constexpr int kEnclosures = 3;
+  constexpr int kProcs = 6;
+  constexpr int kDisks = 6;
+  for (int e = 1; e <= kEnclosures; ++e) add_enclosure(e, "usb" + std::to_string(e), 4, 2);
+  for (int p = 0; p < kProcs; ++p)
+    for (int i = 0; i < kDisks; ++i) {
+      std::string id = "p" + std::to_string(p) + "d" + std::to_string(i);
+      // Half ask for a slot, half for a new id: slots collide across processes.
+      plug(id, i % 2 == 0 ? 1 + i / 2 : -1, "S" + id);
+    }
+  std::vector<pid_t> kids;
+  for (int p = 0; p < kProcs; ++p) {
+    pid_t pid = ::fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+      int bad = 0;
+      std::string enc = "usb" + std::to_string(1 + p % kEnclosures);
+      for (int i = 0; i < kDisks; ++i) {
+        std::string id = "p" + std::to_string(p) + "d" + std::to_string(i);
+        if (PD_Sys_Attach(enc.c_str(), id.c_str()) != 0) ++bad;
+        // A slot disk that lost its slot to the other process has no record to detach.
+        if (i % 3 == 2) PD_Sys_Detach(enc.c_str(), id.c_str());
+      }
+      ::_exit(bad);
+    }
+    kids.push_back(pid);
+  }
+  for (pid_t pid : kids) {
+    int status = 0;
+    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  }
+  int registered = 0;
+  for (int e = 1; e <= kEnclosures; ++e) {
+    std::string file = disk::store_file(e);
+    std::set<int> bits;
+    int ports[128];
+    int n = PD_Enumerate(e, ports, 128);
+    for (int i = 0; i < n; ++i) bits.insert(ports[i]);
+    std::set<int> sections;
+    for (const std::string& name : ini::list_sections(file)) {
+      int port = -1;
+      if (std::sscanf(name.c_str(), "PhysicalDisk_%d", &port) != 1) continue;
+      sections.insert(port);
+      PD_INFO info{};
+      ASSERT_EQ(pd_read_conf(e, port, &info), 0) << name;
+      EXPECT_EQ(PD_Get_Id_By_Sys_Id(e, info.pd_sys_id), port) << info.pd_sys_id;
+    }
+    EXPECT_EQ(bits, sections) << "enclosure " << e;
+    registered += static_cast<int>(sections.size());
+    auto index = ini::read_section(file, "Index");
+    ASSERT_TRUE(index.has_value());
+    for (const auto& [key, value] : index->entries)
+      if (key.rfind("pd_sysid_", 0) == 0) {
+        EXPECT_TRUE(sections.count(std::stoi(value))) << key;
+      }
+  }
+  // Detached disks are gone; every kept disk has a record unless its slot was taken.
+  EXPECT_GT(registered, 0);
+  EXPECT_LE(registered, kProcs * (kDisks - kDisks / 3));
+}
+
+}  // namespace
+}  // namespace bayhal

@@ -27,8 +27,9 @@ int lookup(const char* who, const char* file, const char* section, const char* k
     ERR_TRACE(HAL_TRACE_ERROR, "%s: section or key missing\n", who);
     return -1;
   }
-  SysPath path("");
-  if (!resolve(who, file, path)) return -1;
+  if (!check_file(who, file)) return -1;
+  SysPath path(file);
+  if (!check_resolved(who, file, path)) return -1;
   FileBuffer& buf = read_buffer();
   int rc = buf.load(path.c_str(), who);
   if (rc <= 0) return rc;

@@ -16,6 +16,10 @@
 namespace bayhal::ini {
 namespace {
 
+// Store files are a few KB to a few hundred; the first read normally takes all of it.
+constexpr size_t kInitialRead = 128 * 1024;
+constexpr size_t kMaxFile = 64u * 1024 * 1024;
+
 bool write_all(int fd, std::string_view data) {
   while (!data.empty()) {
     ssize_t n = ::write(fd, data.data(), data.size());
@@ -75,24 +79,29 @@ void FileBuffer::grow(size_t want) {
 
 int FileBuffer::load(const char* path, const char* who) {
   len_ = 0;
-  UniqueFd fd(::open(path, O_RDONLY | O_CLOEXEC));
+  // No fstat on this hot path: a directory fails the read with EISDIR, O_NONBLOCK keeps a
+  // FIFO or terminal from blocking, and the size cap stops an endless device.
+  UniqueFd fd(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   if (!fd) {
     if (errno == ENOENT || errno == ENOTDIR) return 0;
     ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot open %s: %s\n", who, path, std::strerror(errno));
     return -1;
   }
-  struct stat st {};
-  if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is not a regular file\n", who, path);
-    return -1;
-  }
-  grow(static_cast<size_t>(st.st_size) + 1);
+  grow(kInitialRead);
   for (;;) {
-    if (len_ == cap_) grow(cap_ * 2);
+    if (len_ == cap_) {
+      if (cap_ >= kMaxFile) {
+        ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is larger than %zu bytes\n", who, path, kMaxFile);
+        len_ = 0;
+        return -1;
+      }
+      grow(cap_ * 2);
+    }
     ssize_t n = ::read(fd.get(), data_.get() + len_, cap_ - len_);
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) {
-      ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot read %s: %s\n", who, path, std::strerror(errno));
+      ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot read %s: %s\n", who, path,
+                errno == EISDIR ? "it is a directory" : std::strerror(errno));
       len_ = 0;
       return -1;
     }
@@ -107,17 +116,16 @@ FileBuffer& read_buffer() {
   return buf;
 }
 
-bool resolve(const char* who, const char* file, SysPath& out) {
-  if (file == nullptr || *file == '\0') {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: no file given\n", who);
-    return false;
-  }
-  out = SysPath(file);
-  if (!out.ok()) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: path too long: %.64s...\n", who, file);
-    return false;
-  }
-  return true;
+bool check_file(const char* who, const char* file) {
+  if (file != nullptr && *file != '\0') return true;
+  ERR_TRACE(HAL_TRACE_ERROR, "%s: no file given\n", who);
+  return false;
+}
+
+bool check_resolved(const char* who, const char* file, const SysPath& path) {
+  if (path.ok()) return true;
+  ERR_TRACE(HAL_TRACE_ERROR, "%s: path too long: %.64s...\n", who, file);
+  return false;
 }
 
 bool is_persistent(std::string_view appliance_path) {
@@ -126,8 +134,9 @@ bool is_persistent(std::string_view appliance_path) {
 
 int locked_update(const char* who, const char* file,
                   int (*decide)(std::string_view text, Edit& edit, void* ctx), void* ctx) {
-  SysPath path("");
-  if (!resolve(who, file, path)) return -1;
+  if (!check_file(who, file)) return -1;
+  SysPath path(file);
+  if (!check_resolved(who, file, path)) return -1;
   WriteLock lock(lock_path_of(path.view()));
   if (!lock.ok()) return -1;
 
@@ -139,10 +148,15 @@ int locked_update(const char* who, const char* file,
     if (S_ISLNK(st.st_mode)) {
       char real[PATH_MAX];
       if (::realpath(target.c_str(), real) != nullptr) target = real;
+      st = {};
       if (::stat(target.c_str(), &st) == 0) mode = st.st_mode & 07777;
     } else {
       mode = st.st_mode & 07777;
     }
+  }
+  if (st.st_mode != 0 && !S_ISREG(st.st_mode)) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is not a regular file\n", who, file);
+    return -1;
   }
   thread_local FileBuffer in;
   if (in.load(target.c_str(), who) < 0) return -1;

@@ -27,8 +27,10 @@ class FileBuffer {
 
 FileBuffer& read_buffer();
 
-// Resolves a caller's path: false (traced as `who`) when it is null, empty or too long.
-bool resolve(const char* who, const char* file, SysPath& out);
+// A caller's path: false (traced as `who`) when it is null or empty.
+bool check_file(const char* who, const char* file);
+// Its resolution: false (traced) when it did not fit.
+bool check_resolved(const char* who, const char* file, const SysPath& path);
 
 // Files under /etc/config survive power loss: they are fsync'ed before the rename.
 bool is_persistent(std::string_view appliance_path);

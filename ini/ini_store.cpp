@@ -36,9 +36,9 @@ namespace {
 
 // The whole file in this thread's read buffer; false when missing or unreadable.
 bool load_text(const char* who, std::string_view file, std::string_view& text) {
-  std::string name(file);
-  SysPath path("");
-  if (!resolve(who, name.c_str(), path)) return false;
+  if (file.empty()) return check_file(who, nullptr);
+  SysPath path(file);
+  if (!path.ok()) return check_resolved(who, std::string(file).c_str(), path);
   FileBuffer& buf = read_buffer();
   if (buf.load(path.c_str(), who) <= 0) return false;
   text = buf.view();

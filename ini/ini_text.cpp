@@ -1,5 +1,6 @@
 #include "ini/ini_text.h"
 
+#include <cstdint>
 #include <cstring>
 #include <unordered_set>
 
@@ -48,51 +49,91 @@ Line classify(std::string_view raw) {
   return l;
 }
 
-bool find_value(std::string_view text, std::string_view section, std::string_view key,
-                std::string_view& value) {
-  // Hot path of every get: one pass, no allocation, key lines outside the wanted section
-  // are not even split.
-  const char* p = text.data();
-  const char* end = p + text.size();
-  bool inside = section.empty();
+namespace {
+
+// Start of the next line at or after `p` whose first non-blank character is '['; `end`
+// when there is none. Outside the wanted section nothing but headers matters, so the scan
+// jumps from '[' to '[' instead of walking every line.
+const char* next_header_line(const char* begin, const char* p, const char* end) {
   while (p < end) {
+    const char* b = static_cast<const char*>(std::memchr(p, '[', static_cast<size_t>(end - p)));
+    if (b == nullptr) return end;
+    const char* s = b;
+    while (s > begin && is_blank(s[-1])) --s;
+    if (s == begin || s[-1] == '\n') return s;
+    p = b + 1;
+  }
+  return end;
+}
+
+// Calls on_key(key, value) for the key lines of `section` in file order until it returns
+// false. Sets `found` when the section exists (a header, or a key for the unnamed one).
+template <typename OnKey>
+void scan_section(std::string_view text, std::string_view section, bool& found, OnKey&& on_key) {
+  const char* begin = text.data();
+  const char* end = begin + text.size();
+  const char* p = begin;
+  bool inside = section.empty();
+  found = false;
+  while (p < end) {
+    if (!inside) p = next_header_line(begin, p, end);
+    if (p >= end) return;
     const char* nl = static_cast<const char*>(std::memchr(p, '\n', static_cast<size_t>(end - p)));
     const char* le = nl != nullptr ? nl : end;
     const char* s = p;
     while (s < le && is_blank(*s)) ++s;
-    if (s < le) {
-      if (*s == '[') {
-        std::string_view name;
-        if (header_name(trim(std::string_view(s, static_cast<size_t>(le - s))), name))
-          inside = name == section;
-      } else if (inside && *s != '#' && *s != ';') {
-        std::string_view t(s, static_cast<size_t>(le - s));
-        size_t eq = t.find('=');
-        if (eq != std::string_view::npos && eq != 0 && trim(t.substr(0, eq)) == key) {
-          value = trim(t.substr(eq + 1));
-          return true;
-        }
-      }
-    }
     p = le + 1;
+    if (s == le || *s == '#' || *s == ';') continue;
+    std::string_view t(s, static_cast<size_t>(le - s));
+    if (*s == '[') {
+      std::string_view name;
+      if (header_name(trim(t), name)) {
+        inside = name == section;
+        found = found || inside;
+      }
+      continue;
+    }
+    if (!inside) continue;
+    size_t eq = t.find('=');
+    if (eq == std::string_view::npos || eq == 0) continue;
+    std::string_view key = trim(t.substr(0, eq));
+    if (key.empty()) continue;
+    found = true;
+    if (!on_key(key, trim(t.substr(eq + 1)))) return;
   }
-  return false;
+}
+
+}  // namespace
+
+bool find_value(std::string_view text, std::string_view section, std::string_view key,
+                std::string_view& value) {
+  bool found_section = false, hit = false;
+  scan_section(text, section, found_section, [&](std::string_view k, std::string_view v) {
+    if (k != key) return true;
+    value = v;
+    hit = true;
+    return false;
+  });
+  return hit;
 }
 
 bool collect_section(std::string_view text, std::string_view section,
                      std::vector<std::pair<std::string, std::string>>& out) {
-  bool inside = section.empty();
   bool found = false;
-  for_each_line(text, [&](std::string_view, const Line& l) {
-    if (l.kind == LineKind::section) {
-      inside = l.name == section;
-      found = found || inside;
-    } else if (inside && l.kind == LineKind::key) {
-      found = true;
-      for (const auto& [k, v] : out)
-        if (k == l.name) return true;
-      out.emplace_back(l.name, l.value);
-    }
+  out.reserve(15);  // under malloc's large-request size, which would consolidate the heap
+  // A 256-bit filter of the keys seen so far spares nearly all duplicate checks.
+  uint64_t seen[4] = {};
+  scan_section(text, section, found, [&](std::string_view k, std::string_view v) {
+    uint32_t h = 2166136261u;  // FNV-1a
+    for (char ch : k) h = (h ^ static_cast<unsigned char>(ch)) * 16777619u;
+    h ^= h >> 16;
+    uint64_t& word = seen[(h >> 6) & 3];
+    uint64_t bit = uint64_t{1} << (h & 63);
+    if ((word & bit) != 0)
+      for (const auto& e : out)
+        if (e.first == k) return true;
+    word |= bit;
+    out.emplace_back(k, v);
     return true;
   });
   return found;

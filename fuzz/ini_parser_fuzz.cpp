@@ -1,0 +1,72 @@
+// Arbitrary bytes through the store's text layer. Beyond not crashing, checks what the
+// store relies on: a key found is the one a section read returns, an edit of an INI file
+// leaves an INI file in which the new value reads back, and bitmap text round-trips.
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ini/ini_bitmap.h"
+#include "ini/ini_edit.h"
+#include "ini/ini_text.h"
+
+using namespace bayhal::ini;
+
+namespace {
+
+void check(bool ok) {
+  if (!ok) __builtin_trap();
+}
+
+void edits(std::string_view text, std::string_view section, std::string_view key) {
+  if (!valid_section_name(section) || !valid_key(key)) return;
+  std::string out;
+  const std::string_view value = "fuzz = value, with: spaces";
+  Edit set{section, {{key, value}}, {}, false};
+  EditResult r = apply_edit(text, set, out);
+  check((r == EditResult::not_ini) == !is_ini(text));
+  if (r == EditResult::not_ini) return;
+  std::string_view now = r == EditResult::changed ? std::string_view(out) : text;
+  std::string_view got;
+  check(is_ini(now));
+  check(find_value(now, section, key, got) && got == value);
+
+  std::string removed;
+  Edit del{section, {}, {key}, false};
+  if (apply_edit(now, del, removed) == EditResult::changed) {
+    check(is_ini(removed));
+    check(!find_value(removed, section, key, got));
+  }
+  std::string gone;
+  Edit drop{section, {}, {}, true};
+  if (apply_edit(now, drop, gone) == EditResult::changed) {
+    check(is_ini(gone));
+    check(!find_value(gone, section, key, got));
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  std::string_view text(reinterpret_cast<const char*>(data), size);
+  bool ini = is_ini(text);
+  std::vector<std::string> names = section_names(text);
+  names.insert(names.begin(), "");
+  for (size_t i = 0; i < names.size() && i < 4; ++i) {
+    std::vector<std::pair<std::string, std::string>> keys;
+    collect_section(text, names[i], keys);
+    for (size_t k = 0; k < keys.size() && k < 4; ++k) {
+      std::string_view v;
+      check(find_value(text, names[i], keys[k].first, v) && v == keys[k].second);
+      if (ini) edits(text, names[i], keys[k].first);
+      Bitmap bm;
+      if (bm.parse(keys[k].second)) {
+        Bitmap again;
+        check(again.parse(bm.format()) && again.format() == bm.format());
+      }
+    }
+    if (ini) edits(text, names[i], "new key (F) 3");
+  }
+  return 0;
+}

@@ -174,6 +174,19 @@ std::string SysfsBuilder::block_device(std::string_view parent, std::string_view
   return d;
 }
 
+std::string SysfsBuilder::partition(std::string_view block, std::string_view name, int index,
+                                    std::uint64_t sectors) {
+  std::string n(name);
+  std::string d = std::string(block) + "/" + n;
+  attr(d + "/partition", std::to_string(index));
+  attr(d + "/size", std::to_string(sectors));
+  attr(d + "/uevent", "DEVNAME=" + n + "\nDEVTYPE=partition");
+  link(d + "/subsystem", "/sys/class/block");
+  link("/sys/class/block/" + n, d);
+  dev_node(n);
+  return d;
+}
+
 std::string SysfsBuilder::scsi_unit(std::string_view parent_dir, int host, int channel, int id,
                                     int lun, const BlockSpec& spec) {
   std::string tname =

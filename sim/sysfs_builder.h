@@ -201,6 +201,10 @@ class SysfsBuilder {
   // Xen paravirtual disk "/sys/devices/vbd-<id>/block/<name>" (id 51712 = xvda).
   std::string xen_vbd(int vbd_id, std::string_view name, std::uint64_t sectors);
 
+  // A partition "<block>/<name>" of the block device folder `block` (number `index`).
+  std::string partition(std::string_view block, std::string_view name, int index,
+                        std::uint64_t sectors);
+
   // A block device "<parent>/<name>" (parent is a unit's "block" folder, an NVMe controller
   // or a virtio device's "block" folder) with its class links, "dev" numbers and /dev node.
   std::string block_device(std::string_view parent, std::string_view name,

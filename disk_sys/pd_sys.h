@@ -1,0 +1,45 @@
+// Disk discovery ("pd_sys_"): which disks an enclosure holds and what each one is. The disk
+// registry reaches these through disk/disk_backend.h. Results: 0 or a count on success, -1
+// on failure, -2 for a device that is not a disk to register.
+#pragma once
+#include "bayhal/PD.h"
+
+namespace bayhal {
+
+// Fills `list` with up to `max` newly allocated (malloc) pd_sys_id strings of the disks
+// present in the enclosure and returns how many were found (more than `max` when they did
+// not fit); negative when the enclosure kind is not supported.
+int pd_sys_enumerate(const char* enc_sys_id, char** list, int max);
+
+// Clears `info`, sets att_phy_id to -1 and fills it for disk `pd_sys_id` of the enclosure.
+int pd_sys_getinfo(const char* enc_sys_id, const char* pd_sys_id, PD_INFO* info);
+
+// Link speed codes of PD_INFO.link_speed, max_link_speed and pd_max_link_speed.
+enum PdLinkSpeed {
+  kLinkUnknown = 0,
+  kSata1_5G = 1, kSata3G = 2, kSata6G = 3, kSas12G = 4, kSas22_5G = 5,
+  kUsb12M = 6, kUsb480M = 7, kUsb5G = 8, kUsb10G = 9, kUsb20G = 10,
+  kPcie2_5GT = 11, kPcie5GT = 12, kPcie8GT = 13, kPcie16GT = 14, kPcie32GT = 15,
+};
+// The negotiated speed, the slot's maximum and the disk's own maximum.
+int pd_sys_get_conn_speed(const char* enc_sys_id, const char* pd_sys_id, int* link_speed,
+                          int* max_link_speed, int* pd_max_link_speed);
+
+// The kernel module bound to the disk's PCI device ("/driver/module"), e.g. "ahci".
+int pd_sys_get_driver_name(const char* pd_sys_id, char* buf, int size);
+
+// The port id of the slot that holds `pd_sys_id` in the enclosure; -1 when none.
+int pd_sys_get_physical_drive_port(const char* enc_sys_id, const char* pd_sys_id);
+
+// Block device name ("/dev/sdb", "sdb", a partition "/dev/sdb3") to the disk's pd_sys_id.
+int pd_sys_get_sys_id_by_sys_name(const char* sys_name, char* sys_id, int size);
+
+// The boot device's disk name.
+int pd_sys_get_boot_disk(char* name, int size);
+
+// Sets or clears PD_CAP_SED from what the SED tool says of the disk's control device.
+int pd_sys_set_sed_capability(PD_INFO* info);
+// 1 when "/sbin/sedutil-cli --isValidSED <device>" reports a self-encrypting drive.
+int sed_is_support(const char* device);
+
+}  // namespace bayhal

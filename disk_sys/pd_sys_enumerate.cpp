@@ -1,0 +1,83 @@
+// pd_sys_enumerate: the disks present in an enclosure, by enclosure kind, tagged for the
+// device manager with their enclosure.
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "bayhal/ERR_TRACE.h"
+#include "disk_sys/comm_sys.h"
+#include "disk_sys/pd_sys.h"
+#include "disk_sys/root_slots.h"
+#include "disk_sys/sas_expander_enc.h"
+#include "foundation/command_runner.h"
+
+namespace bayhal {
+namespace {
+
+bool starts(std::string_view s, std::string_view p) { return s.substr(0, p.size()) == p; }
+
+// nullopt for the enclosure kinds whose protocols this library does not speak.
+std::optional<std::vector<SlotHit>> disks_of(std::string_view e) {
+  if (starts(e, "root")) return root_enclosure_disks(e);
+  if (starts(e, "usb") || starts(e, "px") || starts(e, "zmc")) return std::nullopt;
+  if (comm_sys_check_is_sas_expander(e)) return sas_expander_disks(e);
+  return std::nullopt;  // "tb_", "hzr_", "mvs_" and unknown kinds
+}
+
+// The device manager learns each disk's enclosure, when it runs.
+void tag_for_udev(const char* enc_sys_id, const std::vector<std::string>& names) {
+  if (names.empty() || exit_code_of(runner().shell("pidof udevd 1 > /dev/null 2 >& 1")) != 0)
+    return;
+  for (const auto& name : names) {
+    std::string env = "--env=" + name + "=" + enc_sys_id;
+    std::string line = "/sbin/udevadm control " + env;
+    ERR_TRACE(HAL_TRACE_INFO, "%s(%d):enc_sys_id = %s,pd_sys_id = %s attach, run udev cmd = %s\n",
+              "pd_sys_enumerate", __LINE__, enc_sys_id, name.c_str(), line.c_str());
+    // The names come from sysfs and the caller: argv form, no shell.
+    runner().exec({"/sbin/udevadm", "control", env});
+  }
+}
+
+}  // namespace
+
+int pd_sys_enumerate(const char* enc_sys_id, char** list, int max) {
+  if (enc_sys_id == nullptr || (list == nullptr && max > 0) || max < 0) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): bad argument\n", __func__, __LINE__);
+    return -1;
+  }
+  auto hits = disks_of(enc_sys_id);
+  if (!hits) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): enc_sys_id = %s not supported.\n", __func__, __LINE__,
+              enc_sys_id);
+    return -1;
+  }
+  // One disk reached through two slots (two paths of a multipath NVMe disk) is listed once.
+  std::vector<std::string> names;
+  for (const auto& h : *hits) {
+    bool seen = false;
+    for (const auto& n : names) seen = seen || n == h.disk.name;
+    if (!seen && !h.disk.name.empty()) names.push_back(h.disk.name);
+  }
+  int count = static_cast<int>(names.size());
+  for (int i = 0; i < count && i < max; ++i) list[i] = ::strdup(names[i].c_str());
+  if (count > max) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): System error\n", __func__, __LINE__);
+    return count;
+  }
+  tag_for_udev(enc_sys_id, names);
+  return count;
+}
+
+int pd_sys_get_physical_drive_port(const char* enc_sys_id, const char* pd_sys_id) {
+  if (enc_sys_id == nullptr || pd_sys_id == nullptr) return -1;
+  auto hits = disks_of(enc_sys_id);
+  if (!hits) return -1;
+  for (const auto& h : *hits)
+    if (h.disk.name == pd_sys_id) return h.port_id;
+  return -1;
+}
+
+}  // namespace bayhal

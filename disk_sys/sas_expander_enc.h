@@ -1,0 +1,16 @@
+// Enclosures that are SAS expanders (a JBOD reached through an HBA): the end devices below
+// the kernel's expander, each in the slot of its bay.
+#pragma once
+#include <string_view>
+#include <vector>
+
+#include "disk_sys/root_slots.h"
+
+namespace bayhal {
+
+// Disks below expander `enc_sys_id` ("expander-11:0") and cascaded expanders below it. The
+// port id is bay_identifier + 1 (bays count from 0), or the expander phy + 1 when the
+// expander reports no bay.
+std::vector<SlotHit> sas_expander_disks(std::string_view enc_sys_id);
+
+}  // namespace bayhal

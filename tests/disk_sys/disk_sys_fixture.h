@@ -1,0 +1,45 @@
+// A sandbox root with a sysfs builder, a model description and device models, for the
+// discovery tests.
+#pragma once
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "disk_sys/pd_sys.h"
+#include "sim/device_model.h"
+#include "sim/sysfs_builder.h"
+#include "tests/support/sandbox_root.h"
+
+namespace bayhal::test {
+
+class DiskSysTest : public SandboxTest {
+ protected:
+  sim::SysfsBuilder b{root.dir()};
+  sim::ModelTransport models;
+  ScopedDeviceTransport use_models{models};
+
+  void model_conf(const std::string& text) { root.write("/etc/model.conf", text); }
+
+  // pd_sys_enumerate as a vector (the strings freed here).
+  std::vector<std::string> enumerate(const char* enc, int max = 64, int* rc_out = nullptr) {
+    std::vector<char*> list(static_cast<size_t>(max), nullptr);
+    int rc = pd_sys_enumerate(enc, list.data(), max);
+    if (rc_out) *rc_out = rc;
+    std::vector<std::string> out;
+    for (int i = 0; i < rc && i < max; ++i) {
+      out.emplace_back(list[static_cast<size_t>(i)]);
+      std::free(list[static_cast<size_t>(i)]);
+    }
+    return out;
+  }
+
+  int port_of(const char* enc, const std::string& name) {
+    return pd_sys_get_physical_drive_port(enc, name.c_str());
+  }
+
+  std::string ahci_pci(const std::string& addr) {
+    return b.pci_device(addr, {}, sim::PciSpec(0x8086, 0xa352, 0x010601, "ahci"));
+  }
+};
+
+}  // namespace bayhal::test

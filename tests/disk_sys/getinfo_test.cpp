@@ -1,0 +1,299 @@
+// pd_sys_getinfo: the disk record as discovery fills it, from device models answering
+// through the transport and from sysfs where a device does not answer.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "disk_sys/pd_sys.h"
+#include "sim/ata_disk_model.h"
+#include "sim/nvme_model.h"
+#include "sim/scsi_disk_models.h"
+#include "tests/disk_sys/disk_sys_fixture.h"
+
+namespace bayhal::test {
+namespace {
+
+using sim::BlockSpec;
+
+class GetinfoTest : public DiskSysTest {
+ protected:
+  std::vector<sim::AhciPort> ports;
+  void SetUp() override {
+    ports = b.ahci(ahci_pci("0000:00:17.0"), 4, 0);
+    model_conf(
+        "[System Enclosure]\nSYSTEM_DISK_CACHEABLE_BITMAP = 0x2\n"
+        "[System Disk 1]\nDEV_BUS = 00:17.0\nDEV_PORT = 0\n"
+        "[System Disk 2]\nDEV_BUS = 00:17.0\nDEV_PORT = 1\n");
+  }
+};
+
+TEST_F(GetinfoTest, SataDiskFromIdentifyWithTrimSwitchAndLinkSpeeds) {
+  BlockSpec blk("sdb");
+  blk.with_sg(1).with_size(7814037168ull);
+  blk.sata_spd = "3.0 Gbps";
+  b.ahci_disk(ports[1], blk);
+  sim::AtaDiskSpec spec;
+  spec.model = "WDC WD40EFRX-68N32N0";
+  spec.serial = "WD-WCC7K0000001";
+  spec.firmware = "82.00A82";
+  spec.trim = true;
+  spec.rotation = 5400;
+  models.add("/dev/sg1", std::make_shared<sim::SataDiskModel>(spec));
+  root.stand_in("/sbin/sedutil-cli", "/dev/sg1 SATA  No  WDC WD40EFRX\n");
+
+  PD_INFO info;
+  ASSERT_EQ(pd_sys_getinfo("root", "sdb", &info), 0);
+  EXPECT_EQ(info.port_id, 2);
+  EXPECT_EQ(info.att_phy_id, -1);
+  EXPECT_EQ(info.type, PD_TYPE_ATA);
+  EXPECT_STREQ(info.pd_sys_id, "sdb");
+  EXPECT_STREQ(info.enc_sys_id, "root");
+  EXPECT_STREQ(info.pd_sys_name, "/dev/sdb");
+  EXPECT_STREQ(info.pd_ctrl_name, "/dev/sg1");
+  EXPECT_STREQ(info.pd_bus_name, "1:0:0:0");
+  EXPECT_STREQ(info.pd_driver_name, "ahci");
+  EXPECT_STREQ(info.vendor, "ATA");
+  EXPECT_STREQ(info.model, "WDC WD40EFRX-68N32N0");
+  EXPECT_STREQ(info.serial_no, "WD-WCC7K0000001");
+  EXPECT_STREQ(info.revision, "82.00A82");
+  EXPECT_STREQ(info.read_speed, "none");
+  EXPECT_EQ(info.capacity, 7814037168ll);
+  EXPECT_EQ(info.sector_size, 512);
+  EXPECT_EQ(info.rotation_speed, 5400);
+  EXPECT_EQ(info.form, 2);
+  EXPECT_EQ(info.wwn_len, 8);
+  EXPECT_EQ(info.adapter_kind, PD_ADAPTER_DEFAULT);
+  unsigned want = PD_CAP_WWN | PD_CAP_SMART | PD_CAP_SMART_ATA | PD_CAP_SELF_TEST |
+                  PD_CAP_SERIAL | PD_CAP_TRIM | PD_CAP_CACHEABLE;
+  EXPECT_EQ(info.capabilities, want);
+  EXPECT_EQ(info.link_speed, kSata3G);
+  EXPECT_EQ(info.max_link_speed, kSata6G);
+  EXPECT_EQ(info.pd_max_link_speed, kSata6G);
+  EXPECT_EQ(root.read("/sys/class/scsi_disk/1:0:0:0/provisioning_mode"), "sata_trim");
+  EXPECT_EQ(root.calls("sedutil-cli").size(), 1u);
+  EXPECT_EQ(root.calls("sedutil-cli")[0], "--isValidSED /dev/sg1");
+}
+
+TEST_F(GetinfoTest, SelfEncryptingSsdWithoutTrimKeepsItsProvisioningMode) {
+  b.ahci_disk(ports[0], BlockSpec("sda").with_sg(0).as_ssd());
+  sim::AtaDiskSpec spec;
+  spec.rotation = 0;
+  spec.self_test = false;
+  spec.wwn = 0;
+  models.add("/dev/sg0", std::make_shared<sim::SataDiskModel>(spec));
+  root.stand_in("/sbin/sedutil-cli", "/dev/sg0 SATA  12  SED  BAYSIM\n");
+  root.write("/etc/model.conf", root.read("/etc/model.conf") +
+                                    "[System Enclosure]\nDISK_DEFAULT_MAX_LINK_SPEED = 2\n");
+  PD_INFO info;
+  ASSERT_EQ(pd_sys_getinfo("root", "sda", &info), 0);
+  EXPECT_EQ(info.port_id, 1);
+  EXPECT_EQ(info.rotation_speed, 0);
+  EXPECT_TRUE(info.capabilities & PD_CAP_SSD);
+  EXPECT_TRUE(info.capabilities & PD_CAP_SED);
+  EXPECT_FALSE(info.capabilities & (PD_CAP_WWN | PD_CAP_SELF_TEST | PD_CAP_TRIM));
+  EXPECT_FALSE(info.capabilities & PD_CAP_CACHEABLE) << "bitmap 0x2 names slot 2 only";
+  EXPECT_EQ(info.wwn_len, 0);
+  EXPECT_EQ(root.read("/sys/class/scsi_disk/0:0:0:0/provisioning_mode"), "full\n");
+}
+
+TEST_F(GetinfoTest, SelfTestBlacklistedModelLosesTheSelfTestMark) {
+  b.ahci_disk(ports[0], BlockSpec("sda").with_sg(0));
+  sim::AtaDiskSpec spec;
+  spec.model = "BAYSIM NOSELFTEST 1";
+  models.add("/dev/sg0", std::make_shared<sim::SataDiskModel>(spec));
+  PD_INFO info;
+  ASSERT_EQ(pd_sys_getinfo("root", "sda", &info), 0);
+  EXPECT_TRUE(info.capabilities & PD_CAP_SELF_TEST);
+  root.write("/etc/disk_selftest_blacklist.list", "ATA | BAYSIM NOSELFTEST*\n");
+  ASSERT_EQ(pd_sys_getinfo("root", "sda", &info), 0);
+  EXPECT_FALSE(info.capabilities & PD_CAP_SELF_TEST);
+  EXPECT_TRUE(info.capabilities & PD_CAP_SMART) << "SMART itself stays";
+}
+
+TEST_F(GetinfoTest, SasDiskFromInquiryAndVpd) {
+  std::string pci = b.pci_device("0000:02:00.0", {}, sim::PciSpec(0x1000, 0x0097, 0x010700,
+                                                                  "mpt3sas"));
+  auto hba = b.sas_hba(pci, 6, {0, 1, 2, 3});
+  auto exp = b.sas_expander(hba, {0, 1, 2, 3}, 12);
+  b.sas_expander_disk(exp, 7, sim::EndDeviceSpec("0x5000cca0506b5f1d", 6, "0x5000ccab02"),
+                      BlockSpec("sdk", "HITACHI", "HUSMM111CLAR1600").with_sg(9));
+  sim::SasDiskSpec spec;
+  spec.vendor = "HITACHI";
+  spec.product = "HUSMM111CLAR1600";
+  spec.serial = "0QV0X1AA";
+  spec.rotation = 0;
+  spec.blocks = 390721968;
+  spec.block_len = 4096;
+  models.add("/dev/sg9", std::make_shared<sim::SasDiskModel>(spec));
+  model_conf("[System Disk 3]\nDEV_BUS = 02:00.0\nDEV_PORT = 7\n");
+  PD_INFO info;
+  ASSERT_EQ(pd_sys_getinfo("root", "sdk", &info), 0);
+  EXPECT_EQ(info.port_id, 3);
+  EXPECT_EQ(info.type, PD_TYPE_SCSI);
+  EXPECT_EQ(info.att_phy_id, 7);
+  EXPECT_STREQ(info.vendor, "HITACHI");
+  EXPECT_STREQ(info.model, "HUSMM111CLAR1600");
+  EXPECT_STREQ(info.serial_no, "0QV0X1AA");
+  EXPECT_EQ(info.capacity, 390721968ll);
+  EXPECT_EQ(info.sector_size, 4096);
+  EXPECT_EQ(info.wwn_len, 8);
+  EXPECT_EQ(info.wwn[0], 0x50);
+  EXPECT_EQ(info.link_speed, kSas12G);
+  unsigned want = PD_CAP_SCSI | PD_CAP_ATT_PHY | PD_CAP_WWN | PD_CAP_SERIAL | PD_CAP_SSD;
+  EXPECT_EQ(info.capabilities, want);
+  EXPECT_STREQ(info.pd_driver_name, "mpt3sas");
+}
+
+TEST_F(GetinfoTest, NvmeDiskFromIdentify) {
+  std::string rp = b.pci_bridge("0000:00:1d.0", 3);
+  std::string nv = b.pci_device("0000:03:00.0", rp, sim::PciSpec(0x144d, 0xa808, 0x010802, "nvme"));
+  b.attr(nv + "/current_link_speed", "8.0 GT/s PCIe");
+  b.attr(nv + "/max_link_speed", "16.0 GT/s PCIe");
+  sim::NvmeSpec sysfs_spec;
+  b.nvme(nv, 0, sysfs_spec);
+  sim::NvmeCtrlSpec spec;
+  spec.oncs = 0x0004;
+  spec.lbads = 12;
+  spec.namespaces = {244190646ull};
+  models.add("/dev/nvme0n1", std::make_shared<sim::NvmeModel>(spec));
+  model_conf("[System Disk 4]\nDEV_BUS = 00:1d.0\nDEV_PORT = 0\n");
+  PD_INFO info;
+  ASSERT_EQ(pd_sys_getinfo("root", "nvme0n1", &info), 0);
+  EXPECT_EQ(info.port_id, 4);
+  EXPECT_STREQ(info.pd_ctrl_name, "/dev/nvme0n1");
+  EXPECT_STREQ(info.pd_sys_name, "/dev/nvme0n1");
+  EXPECT_STREQ(info.pd_bus_name, "0000:03:00.0");
+  EXPECT_STREQ(info.model, spec.model.c_str());
+  EXPECT_STREQ(info.serial_no, spec.serial.c_str());
+  EXPECT_EQ(info.capacity, 244190646ll);
+  EXPECT_EQ(info.sector_size, 4096);
+  EXPECT_TRUE(info.capabilities & PD_CAP_TRIM);
+  EXPECT_TRUE(info.capabilities & PD_CAP_SSD);
+  EXPECT_EQ(info.link_speed, kPcie8GT);
+  EXPECT_EQ(info.pd_max_link_speed, kPcie16GT);
+  EXPECT_STREQ(info.pd_driver_name, "nvme");
+}
+
+TEST_F(GetinfoTest, SilentDevicesAreDescribedFromSysfs) {
+  b.ahci_disk(ports[1], BlockSpec("sdb", "ATA", "ST8000DM004-2CX1", "0001").with_size(15628053168ull));
+  PD_INFO info;
+  ASSERT_EQ(pd_sys_getinfo("root", "sdb", &info), 0);  // no model answers for /dev/sg*
+  EXPECT_STREQ(info.model, "ST8000DM004-2CX1");
+  EXPECT_STREQ(info.vendor, "ATA");
+  EXPECT_STREQ(info.revision, "0001");
+  EXPECT_EQ(info.capacity, 15628053168ll);
+  EXPECT_EQ(info.sector_size, 512);
+  EXPECT_EQ(info.rotation_speed, -1) << "unknown, not zero";
+  EXPECT_FALSE(info.capabilities & PD_CAP_SSD);
+}
+
+class UsbGetinfoTest : public DiskSysTest {
+ protected:
+  sim::UsbDev ss;
+  void SetUp() override {
+    std::string x = b.pci_device("0000:00:14.0", {}, sim::PciSpec(0x8086, 0xa36d, 0x0c0330,
+                                                                 "xhci_hcd", "xhci_pci"));
+    ss = b.usb_root_hub(x, 2, 5000, 4);
+    model_conf("[Usb Port 1]\nDEV_BUS = 00:14.0\nDEV_PORT = 1,2,3\n");
+  }
+};
+
+TEST_F(UsbGetinfoTest, RemovableMediaWithoutCapacityOrBelowOneGibAreRefused) {
+  b.usb_storage(b.usb_device(ss, 1), 0,
+                {BlockSpec("sda", "Generic-", "SD/MMC CRW").as_removable().with_sg(0)});
+  sim::UsbBridgeSpec reader;
+  reader.removable = true;
+  models.add("/dev/sg0", std::make_shared<sim::UsbBridgeModel>(reader, nullptr));
+  PD_INFO info;
+  EXPECT_EQ(pd_sys_getinfo("root_usb", "sda", &info), -2);
+  EXPECT_NE(root.read("/var/log/hal_lib.log").find("pd_sys_id = sda, capacity = 0, return -2."),
+            std::string::npos);
+
+  b.usb_storage(b.usb_device(ss, 2), 1,
+                {BlockSpec("sdb").as_removable().with_sg(1).with_size(2097152)});  // 1 GiB
+  sim::AtaDiskSpec tiny;
+  tiny.sectors = 2097151;  // one sector short of 1 GiB: capacity x sector size <= 0x3fffffff
+  models.add("/dev/sg1", std::make_shared<sim::UsbBridgeModel>(
+                             reader, std::make_shared<sim::SataDiskModel>(tiny)));
+  EXPECT_EQ(pd_sys_getinfo("root_usb", "sdb", &info), -2);
+  EXPECT_NE(root.read("/var/log/hal_lib.log").find("pd_sys_id = sdb is removable disk"),
+            std::string::npos);
+}
+
+TEST_F(UsbGetinfoTest, UsbDiskBehindASatBridgeIsTypeUsbWithTheDrivesIdentity) {
+  b.usb_storage(b.usb_device(ss, 3, sim::UsbSpec(0x0bc2, 0x2322, "Seagate", "Expansion", 5000)),
+                2, {BlockSpec("sdc", "Seagate", "Expansion").with_sg(2)});
+  sim::AtaDiskSpec drive;
+  drive.model = "ST2000LM015-2E8174";
+  drive.serial = "ZDZ00000";
+  sim::UsbBridgeSpec bridge;
+  bridge.vendor = "Seagate";
+  bridge.product = "Expansion";
+  models.add("/dev/sg2", std::make_shared<sim::UsbBridgeModel>(
+                             bridge, std::make_shared<sim::SataDiskModel>(drive)));
+  PD_INFO info;
+  ASSERT_EQ(pd_sys_getinfo("root_usb", "sdc", &info), 0);
+  EXPECT_EQ(info.type, PD_TYPE_USB);
+  EXPECT_EQ(info.port_id, 1);
+  EXPECT_STREQ(info.model, "ST2000LM015-2E8174");
+  EXPECT_STREQ(info.serial_no, "ZDZ00000");
+  EXPECT_EQ(info.capacity, static_cast<long long>(drive.sectors));
+  EXPECT_EQ(info.link_speed, kUsb5G);
+  EXPECT_STREQ(info.pd_driver_name, "xhci_pci");
+}
+
+TEST_F(GetinfoTest, OpticalDriveWithoutDiscIsNotRefused) {
+  b.ahci_disk(ports[2], BlockSpec("sr0", "HL-DT-ST", "DVD+-RW GH82N").with_type(5).with_sg(2)
+                            .as_removable());
+  models.add("/dev/sg2", std::make_shared<sim::OpticalDriveModel>(sim::OpticalSpec{}));
+  model_conf("[ODD Disk 1]\nDEV_BUS = 00:17.0\nDEV_PORT = 2\n");
+  PD_INFO info;
+  ASSERT_EQ(pd_sys_getinfo("root_odd", "sr0", &info), 0);
+  EXPECT_EQ(info.port_id, 1);
+  EXPECT_STREQ(info.model, "DVD+-RW GH82N");
+  EXPECT_EQ(info.capacity, 0);
+}
+
+TEST_F(GetinfoTest, BadArgumentsAndUnknownDisks) {
+  PD_INFO info;
+  EXPECT_EQ(pd_sys_getinfo(nullptr, "sda", &info), -1);
+  EXPECT_EQ(pd_sys_getinfo("root", nullptr, &info), -1);
+  EXPECT_EQ(pd_sys_getinfo("root", "sda", nullptr), -1);
+  EXPECT_EQ(pd_sys_getinfo("root", "../../etc/passwd", &info), -1);
+  EXPECT_EQ(pd_sys_getinfo("root", "sdq", &info), -1) << "no such block device";
+  EXPECT_EQ(pd_sys_getinfo("px_3", "sda", &info), -1);
+  EXPECT_EQ(pd_sys_getinfo("hzr_1_2", "sda", &info), -1);
+}
+
+TEST_F(GetinfoTest, NamesDriversAndTheBootDisk) {
+  std::string unit = b.ahci_disk(ports[1], BlockSpec("sdb"));
+  b.partition(unit + "/block/sdb", "sdb3", 3, 1024);
+  char id[32];
+  ASSERT_EQ(pd_sys_get_sys_id_by_sys_name("/dev/sdb3", id, sizeof id), 0);
+  EXPECT_STREQ(id, "sdb");
+  ASSERT_EQ(pd_sys_get_sys_id_by_sys_name("sdb", id, sizeof id), 0);
+  EXPECT_STREQ(id, "sdb");
+  EXPECT_EQ(pd_sys_get_sys_id_by_sys_name("/dev/../sdb", id, sizeof id), -1);
+  EXPECT_EQ(pd_sys_get_sys_id_by_sys_name("sdz", id, sizeof id), -1);
+  EXPECT_EQ(pd_sys_get_sys_id_by_sys_name("sdb", id, 3), -1) << "buffer too small";
+
+  char drv[32];
+  ASSERT_EQ(pd_sys_get_driver_name("sdb", drv, sizeof drv), 0);
+  EXPECT_STREQ(drv, "ahci");
+
+  EXPECT_EQ(pd_sys_get_boot_disk(id, sizeof id), -1);
+  root.write("/proc/mounts", "rootfs / rootfs rw 0 0\n/dev/sdb3 /boot ext2 ro 0 0\n");
+  ASSERT_EQ(pd_sys_get_boot_disk(id, sizeof id), 0);
+  EXPECT_STREQ(id, "sdb");
+  auto boot = enumerate("root_boot");
+  ASSERT_EQ(boot.size(), 1u);
+  EXPECT_EQ(boot[0], "sdb");
+  // A model that names the boot device's port wins over the mounts.
+  b.ahci_disk(ports[3], BlockSpec("sdd"));
+  model_conf("[Boot Enclosure]\nDEV_BUS = 00:17.0\nDEV_PORT = 3\n");
+  ASSERT_EQ(pd_sys_get_boot_disk(id, sizeof id), 0);
+  EXPECT_STREQ(id, "sdd");
+}
+
+}  // namespace
+}  // namespace bayhal::test

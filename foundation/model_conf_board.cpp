@@ -102,8 +102,10 @@ std::optional<unsigned> se_sys_get_board_id() {
     if (!name.starts_with("Board")) continue;
     auto s = ini::read_section(kBoardTable, name);
     if (!s || !board_matches(*s, *bridge, cpu)) continue;
-    auto id = s->get_int("BOARD_ID", false);
-    if (!id || *id < 0 || *id > kMaxModel) {
+    const std::string* text = s->find("BOARD_ID");
+    char* end = nullptr;
+    long id = text ? std::strtol(text->c_str(), &end, 0) : -1;  // decimal or 0x hexadecimal
+    if (text == nullptr || text->empty() || *end != '\0' || id < 0 || id > long{kMaxModel}) {
       ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): [%s] of %s has no usable BOARD_ID\n", __func__,
                 __LINE__, name.c_str(), kBoardTable);
       return std::nullopt;
@@ -111,7 +113,7 @@ std::optional<unsigned> se_sys_get_board_id() {
     ERR_TRACE(HAL_TRACE_INFO, "%s(%d): host bridge %04x:%04x (%04x:%04x), cpu \"%s\" is [%s]\n",
               __func__, __LINE__, bridge->vendor, bridge->device, bridge->subsystem_vendor,
               bridge->subsystem_device, cpu.c_str(), name.c_str());
-    return static_cast<unsigned>(*id);
+    return static_cast<unsigned>(id);
   }
   ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): host bridge %04x:%04x, cpu \"%s\" not in %s\n", __func__,
             __LINE__, bridge->vendor, bridge->device, cpu.c_str(), kBoardTable);

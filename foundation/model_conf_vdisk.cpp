@@ -83,9 +83,11 @@ bool make_section(const std::string& section, const KeyValues& want, const char*
   std::vector<std::string> remove;
   bool same = now.has_value();
   if (now) {
-    for (const auto& [k, v] : now->entries) {
-      bool wanted = std::any_of(want.begin(), want.end(), [&](const auto& kv) { return kv.first == k; });
-      if (!wanted) remove.push_back(k);
+    for (const auto& entry : now->entries) {
+      const std::string& key = entry.first;
+      bool wanted =
+          std::any_of(want.begin(), want.end(), [&](const auto& kv) { return kv.first == key; });
+      if (!wanted) remove.push_back(key);
     }
     for (const auto& [k, v] : want) {
       const std::string* have = now->find(k);

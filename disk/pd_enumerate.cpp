@@ -1,19 +1,20 @@
-// Listing the disks of an enclosure. The filter needs every listed disk's capabilities, so
-// the store is read once as a whole and the sections are looked up in that one buffer.
+// Listing the disks of an enclosure from one read of its store: the Index bitmaps, and the
+// capabilities of a disk only where a filter mode or a member group needs them.
 #include <cstdlib>
+#include <map>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/PD.h"
 #include "disk/disk_store.h"
 #include "disk/enc_access.h"
+#include "disk/store_text.h"
 #include "foundation/export.h"
-#include "foundation/sysroot.h"
 #include "ini/ini_bitmap.h"
-#include "ini/ini_file.h"
-#include "ini/ini_text.h"
+#include "ini/ini_conf_util.h"
 
 namespace bayhal::disk {
 
@@ -21,32 +22,97 @@ namespace {
 
 constexpr unsigned kHasMembers = PD_CAP_HAS_MEMBERS;
 
-// One consistent view of a store file.
-class StoreView {
+// The parts of one store read that an enumeration needs: the Index bitmaps and, only
+// where a filter or a member group asks, the capabilities of a disk.
+class StoreIndex {
  public:
-  explicit StoreView(const std::string& file) {
-    SysPath path(file);
-    loaded_ = path.ok() && buf_.load(path.c_str(), "PD_Enumerate_By_Cap") == 1;
+  explicit StoreIndex(const StoreText& store) : store_(store) {
+    store.for_each_section([&](std::string_view name, std::string_view body) {
+      if (name == kIndex) read_index(body);
+    });
   }
-  bool loaded() const { return loaded_; }
-
-  ini::Bitmap bitmap(std::string_view key) const {
-    ini::Bitmap b;
-    std::string_view v;
-    if (loaded_ && ini::find_value(buf_.view(), kIndex, key, v)) b.parse(v);
-    return b;
+  const ini::Bitmap& pd() const { return pd_; }
+  const ini::Bitmap& virtual_disks() const { return virtual_; }
+  // The member bitmap of a slot; nullptr when the store has none for it.
+  const ini::Bitmap* members(int slot) const {
+    auto it = members_.find(slot);
+    return it == members_.end() ? nullptr : &it->second;
   }
-  // "capabilities" of a disk; 0 when its record cannot be read.
-  unsigned capabilities(int port_id) const {
-    std::string_view v;
-    if (!loaded_ || !ini::find_value(buf_.view(), section_for(port_id), "capabilities", v))
-      return 0;
-    return static_cast<unsigned>(std::strtoull(std::string(v).c_str(), nullptr, 10));
+  // "capabilities" of a disk; 0 when its record has none.
+  unsigned capabilities(int port_id) {
+    if (!caps_loaded_) load_capabilities();
+    auto it = caps_.find(port_id);
+    return it == caps_.end() ? 0 : it->second;
   }
 
  private:
-  ini::FileBuffer buf_;
-  bool loaded_ = false;
+  void read_index(std::string_view body) {
+    StoreText::for_each_key_in(body, [&](std::string_view key, std::string_view value) {
+      if (key.substr(0, 9) == "pd_sysid_") return;  // most of the section; not wanted here
+      if (key == kPdBitmap) {
+        if (!pd_seen_) pd_.parse(value);
+        pd_seen_ = true;
+      } else if (key == kVirtualBitmap) {
+        if (!virtual_seen_) virtual_.parse(value);
+        virtual_seen_ = true;
+      } else if (int slot = member_slot_of(key); slot >= 0 && !members_.count(slot)) {
+        members_[slot].parse(value);
+      }
+    });
+  }
+  // The slot of a "pd<slot>_member_bitmap" key, -1 for any other key.
+  static int member_slot_of(std::string_view key) {
+    constexpr std::string_view kSuffix = "_member_bitmap";
+    if (key.size() <= 2 + kSuffix.size() || key.substr(0, 2) != "pd" ||
+        key.substr(key.size() - kSuffix.size()) != kSuffix)
+      return -1;
+    std::string_view digits = key.substr(2, key.size() - 2 - kSuffix.size());
+    int slot = 0;
+    for (char c : digits) {
+      if (c < '0' || c > '9' || slot > PD_SLOT_PORT_ID_MAX) return -1;
+      slot = slot * 10 + (c - '0');
+    }
+    return slot;
+  }
+  void load_capabilities() {
+    caps_loaded_ = true;
+    store_.for_each_section([&](std::string_view name, std::string_view body) {
+      int port = port_of_section(name);
+      if (port < 0 || caps_.count(port)) return;
+      StoreText::for_each_key_in(body, [&](std::string_view key, std::string_view value) {
+        if (key != "capabilities" || caps_.count(port)) return;
+        long long v = 0;
+        if (ini::parse_int(value, false, v)) caps_[port] = static_cast<unsigned>(v);
+      });
+    });
+  }
+  static int port_of_section(std::string_view name) {
+    int base = 0;
+    if (name.substr(0, 13) == "PhysicalDisk_") {
+      name.remove_prefix(13);
+    } else if (name.substr(0, 12) == "VirtualDisk_") {
+      name.remove_prefix(12);
+      base = PD_VIRTUAL_PORT_ID_BASE;
+    } else {
+      return -1;
+    }
+    if (name.empty() || name.size() > 7) return -1;
+    int n = 0;
+    for (char c : name) {
+      if (c < '0' || c > '9') return -1;
+      n = n * 10 + (c - '0');
+    }
+    return n + base;
+  }
+
+  const StoreText& store_;
+  ini::Bitmap pd_;
+  ini::Bitmap virtual_;
+  bool pd_seen_ = false;
+  bool virtual_seen_ = false;
+  std::map<int, ini::Bitmap> members_;
+  std::unordered_map<int, unsigned> caps_;
+  bool caps_loaded_ = false;
 };
 
 bool mode_passes(int mode, unsigned caps, unsigned mask) {
@@ -83,32 +149,38 @@ struct Lister {
 int enumerate_by_cap(int enc_id, unsigned mask, int mode, int* out, int size,
                      PD_ENUM_CALLBACK callback, void* arg) {
   if (enc_id < 0 || size < 0) return -1;
-  StoreView view(store_file(enc_id));
-  if (!view.loaded()) return 0;
+  thread_local StoreText store;
+  if (!store.load(store_file(enc_id).c_str())) return 0;
+  StoreIndex index(store);
+  // Mode 3 lists every disk and other modes than 0-2 none: the capabilities matter only
+  // for the filter modes and for finding member groups.
+  bool filtering = mode >= PD_CAP_MODE_NONE && mode <= PD_CAP_MODE_ALL;
   Lister l{enc_id, mask, mode, out, size, callback, arg};
-  ini::Bitmap pd = view.bitmap(kPdBitmap);
   std::vector<int> groups;
+  const ini::Bitmap& pd = index.pd();
   for (int p = pd.next_set(0); p >= 0 && p <= PD_MAX_PORT_ID_IN_BITMAP; p = pd.next_set(p + 1)) {
-    unsigned caps = view.capabilities(p);
-    l.offer(p, caps);
     // Member groups are looked for only behind the first 32 ports, deliberately.
-    if (p <= PD_MEMBER_GROUP_PORT_MAX && (caps & kHasMembers)) groups.push_back(p);
+    bool group = p <= PD_MEMBER_GROUP_PORT_MAX && index.members(p) != nullptr;
+    unsigned caps = filtering || group ? index.capabilities(p) : 0;
+    l.offer(p, caps);
+    if (group && (caps & kHasMembers)) groups.push_back(p);
   }
   for (int p : groups) {
-    ini::Bitmap members = view.bitmap(member_bitmap_key(p));
+    const ini::Bitmap& members = *index.members(p);
     for (int k = members.next_set(0); k >= 0 && k < PD_MEMBER_PORT_ID_FACTOR;
          k = members.next_set(k + 1)) {
       int id = PD_MEMBER_PORT_ID_FACTOR * p + k;
-      l.offer(id, view.capabilities(id));
+      l.offer(id, filtering ? index.capabilities(id) : 0);
     }
   }
   return l.count;
 }
 
 int enumerate_virtual(int enc_id, int* out, int size) {
-  StoreView view(store_file(enc_id));
-  if (!view.loaded()) return 0;
-  ini::Bitmap vd = view.bitmap(kVirtualBitmap);
+  thread_local StoreText store;
+  if (!store.load(store_file(enc_id).c_str())) return 0;
+  StoreIndex index(store);
+  const ini::Bitmap& vd = index.virtual_disks();
   int count = 0;
   int last = PD_VIRTUAL_PORT_ID_MAX - PD_VIRTUAL_PORT_ID_BASE;
   for (int n = vd.next_set(0); n >= 0 && n <= last; n = vd.next_set(n + 1)) {

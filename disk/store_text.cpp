@@ -1,0 +1,100 @@
+#include "disk/store_text.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "foundation/sysroot.h"
+#include "foundation/unique_fd.h"
+#include "ini/ini_text.h"
+
+namespace bayhal::disk {
+
+namespace {
+
+constexpr size_t kInitialBytes = 64 * 1024;
+// A disk store of a thousand disks is well under this; anything larger is not ours.
+constexpr size_t kMaxBytes = 64 * 1024 * 1024;
+
+bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v'; }
+
+}  // namespace
+
+// Open, read, close: no stat, the buffer grows when a read fills it. A failed load leaves
+// the text empty.
+bool StoreText::load(const char* file) {
+  indexed_ = false;
+  headers_.clear();
+  len_ = 0;
+  SysPath path(file);
+  if (!path.ok()) return false;
+  UniqueFd fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!fd) return false;
+  if (cap_ == 0) grow(kInitialBytes);
+  for (;;) {
+    ssize_t n = ::read(fd.get(), buf_.get() + len_, cap_ - len_);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0 || len_ + static_cast<size_t>(n) > kMaxBytes) {
+      len_ = 0;
+      return false;
+    }
+    if (n == 0) return true;
+    len_ += static_cast<size_t>(n);
+    // A regular file reads whole unless it ends: a short read saves the call that would
+    // only report the end.
+    if (len_ < cap_) return true;
+    grow(cap_ * 2);
+  }
+}
+
+void StoreText::grow(size_t want) {
+  auto bigger = std::make_unique_for_overwrite<char[]>(want);
+  if (len_ > 0) std::memcpy(bigger.get(), buf_.get(), len_);
+  buf_ = std::move(bigger);
+  cap_ = want;
+}
+
+// Section headers are the lines whose first non-blank character is '[': find each '[' with
+// memchr and keep those that start their line and, as ini::classify has it, end with ']'
+// (blanks aside); the name is what lies between, trimmed.
+void StoreText::index_headers() const {
+  if (indexed_) return;
+  indexed_ = true;
+  std::string_view t = text();
+  const char* base = t.data();
+  const size_t size = t.size();
+  size_t pos = 0;
+  while (pos < size) {
+    const void* hit = std::memchr(base + pos, '[', size - pos);
+    if (hit == nullptr) break;
+    size_t at = static_cast<size_t>(static_cast<const char*>(hit) - base);
+    size_t line = at;
+    while (line > 0 && is_blank(base[line - 1])) --line;
+    size_t line_end = at;
+    while (line_end < size && base[line_end] != '\n') ++line_end;
+    pos = line_end;
+    if (line > 0 && base[line - 1] != '\n') continue;
+    size_t last = line_end;
+    while (last > at && is_blank(base[last - 1])) --last;
+    if (last - at < 2 || base[last - 1] != ']') continue;
+    if (!headers_.empty()) headers_.back().end = line;
+    size_t body = line_end < size ? line_end + 1 : size;
+    headers_.push_back({ini::trim(t.substr(at + 1, last - 1 - (at + 1))), line, body, size});
+  }
+}
+
+bool StoreText::find(std::string_view section, std::string_view key,
+                     std::string_view& value) const {
+  bool got = false;
+  for_each_key(section, [&](std::string_view k, std::string_view v) {
+    if (!got && k == key) {
+      value = v;
+      got = true;
+    }
+  });
+  return got;
+}
+
+}  // namespace bayhal::disk

@@ -1,0 +1,92 @@
+// One read of a disk store, looked at in place. The registry's hot reads (a whole record,
+// an enclosure's listing) want a section out of a file of dozens of sections; the lines of
+// the other sections are skipped by searching for '[' instead of classifying every line.
+// Lines are classified by the store's own rules (ini::classify), so a section, a key and
+// "first occurrence wins" mean exactly what they mean to the store.
+#pragma once
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "ini/ini_text.h"
+
+namespace bayhal::disk {
+
+class StoreText {
+ public:
+  // Reads `file` (an appliance path, resolved under the system root). False when it is
+  // missing or unreadable; the view is then empty.
+  bool load(const char* file);
+  std::string_view text() const { return {buf_.get(), len_}; }
+
+  // Calls fn(key, value) for every key line of `section` in file order (all its
+  // occurrences; "" is the unnamed leading section). False when the section is missing.
+  template <typename Fn>
+  bool for_each_key(std::string_view section, Fn&& fn) const;
+
+  // Calls fn(name, body) for every section header in file order; `body` is the text of the
+  // lines up to the next header.
+  template <typename Fn>
+  void for_each_section(Fn&& fn) const {
+    index_headers();
+    for (const Header& h : headers_) fn(h.name, text().substr(h.body, h.end - h.body));
+  }
+
+  // Calls fn(key, value) for the key lines of one section body.
+  template <typename Fn>
+  static void for_each_key_in(std::string_view body, Fn&& fn);
+
+  // First value of `key` in `section`.
+  bool find(std::string_view section, std::string_view key, std::string_view& value) const;
+
+ private:
+  struct Header {
+    std::string_view name;
+    size_t line;  // first byte of the header line
+    size_t body;  // first byte after the header line
+    size_t end;   // start of the next header line, or the end of the text
+  };
+  void index_headers() const;
+  void grow(size_t want);
+
+  std::unique_ptr<char[]> buf_;
+  size_t cap_ = 0;
+  size_t len_ = 0;
+  mutable std::vector<Header> headers_;
+  mutable bool indexed_ = false;
+};
+
+template <typename Fn>
+void StoreText::for_each_key_in(std::string_view body, Fn&& fn) {
+  size_t pos = 0;
+  while (pos < body.size()) {
+    size_t nl = body.find('\n', pos);
+    size_t end = nl == std::string_view::npos ? body.size() : nl;
+    ini::Line l = ini::classify(body.substr(pos, end - pos));
+    if (l.kind == ini::LineKind::key) fn(l.name, l.value);
+    pos = end + 1;
+  }
+}
+
+template <typename Fn>
+bool StoreText::for_each_key(std::string_view section, Fn&& fn) const {
+  index_headers();
+  std::string_view t = text();
+  bool found = false;
+  if (section.empty()) {
+    // The unnamed leading section runs up to the first header; it exists when it has a key.
+    size_t lead_end = headers_.empty() ? t.size() : headers_.front().line;
+    for_each_key_in(t.substr(0, lead_end), [&](std::string_view k, std::string_view v) {
+      found = true;
+      fn(k, v);
+    });
+  }
+  for (const Header& h : headers_) {
+    if (h.name != section) continue;
+    found = true;
+    for_each_key_in(t.substr(h.body, h.end - h.body), fn);
+  }
+  return found;
+}
+
+}  // namespace bayhal::disk

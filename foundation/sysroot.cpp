@@ -34,8 +34,9 @@ SysPath::SysPath(std::string_view path) {
     buf_[0] = '\0';
     return;
   }
-  std::memcpy(buf_, root.data(), root.size());
-  std::memcpy(buf_ + root.size(), path.data(), path.size());
+  // An empty view may carry a null pointer, which memcpy must never see.
+  if (!root.empty()) std::memcpy(buf_, root.data(), root.size());
+  if (!path.empty()) std::memcpy(buf_ + root.size(), path.data(), path.size());
   len_ = root.size() + path.size();
   buf_[len_] = '\0';
 }

@@ -15,3 +15,8 @@ $tool version
 echo "== a trace line written into the sandbox root $root"
 $tool --root "$root" trace 0x8 "demo: hello from hal_tool"
 cat "$root/var/log/hal_lib.log"
+
+echo "== the model description on the sample appliance (examples/roots/sample)"
+cp -a examples/roots/sample/. "$root/"
+$tool --root "$root" model setup
+$tool --root "$root" model show --section "System Enclosure"

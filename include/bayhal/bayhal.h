@@ -9,6 +9,7 @@
 #include "GPIO.h"
 #include "HM.h"
 #include "HAL_MB.h"
+#include "model_conf.h"
 #include "HAL_Conf.h"
 #include "Net.h"
 #include "POE.h"

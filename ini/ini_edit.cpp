@@ -39,14 +39,20 @@ class Editor {
 
   bool scan(size_t* bad_line) {
     size_t pos = 0, n = 0;
+    if (size_t nul = nul_line(text_); nul != 0) {
+      if (bad_line != nullptr) *bad_line = nul;
+      return false;
+    }
     inside_ = e_.section.empty();
     if (inside_) open_block(0, 0);
+    const char* base = text_.data();
     while (pos < text_.size()) {
-      size_t nl = text_.find('\n', pos);
-      size_t end = nl == std::string_view::npos ? text_.size() : nl + 1;
-      size_t body_end = nl == std::string_view::npos ? text_.size() : nl;
+      const char* be;
+      LineKind kind = next_line(base + pos, base + text_.size(), be);
+      size_t body_end = static_cast<size_t>(be - base);
+      size_t end = body_end < text_.size() ? body_end + 1 : body_end;
       ++n;
-      if (!line(pos, body_end, end)) {
+      if (!line(kind, pos, body_end, end)) {
         if (bad_line != nullptr) *bad_line = n;
         return false;
       }
@@ -77,8 +83,12 @@ class Editor {
  private:
   static constexpr size_t npos = std::string_view::npos;
 
-  bool line(size_t begin, size_t body_end, size_t end) {
-    Line l = classify(text_.substr(begin, body_end - begin));
+  bool line(LineKind kind, size_t begin, size_t body_end, size_t end) {
+    std::string_view raw = text_.substr(begin, body_end - begin);
+    // Only headers and the edited section's keys need splitting; the rest is just checked.
+    Line l;
+    l.kind = kind;
+    if (kind == LineKind::section || (kind == LineKind::key && inside_)) l = classify(raw);
     switch (l.kind) {
       case LineKind::bad:
         return false;

@@ -87,6 +87,11 @@ int FileBuffer::load(const char* path, const char* who) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot open %s: %s\n", who, path, std::strerror(errno));
     return -1;
   }
+  return read_from(fd.get(), path, who);
+}
+
+int FileBuffer::read_from(int fd, const char* path, const char* who) {
+  len_ = 0;
   grow(kInitialRead);
   for (;;) {
     if (len_ == cap_) {
@@ -97,7 +102,7 @@ int FileBuffer::load(const char* path, const char* who) {
       }
       grow(cap_ * 2);
     }
-    ssize_t n = ::read(fd.get(), data_.get() + len_, cap_ - len_);
+    ssize_t n = ::read(fd, data_.get() + len_, cap_ - len_);
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) {
       ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot read %s: %s\n", who, path,
@@ -140,26 +145,32 @@ int locked_update(const char* who, const char* file,
   WriteLock lock(lock_path_of(path.view()));
   if (!lock.ok()) return -1;
 
-  // A symlinked store stays a symlink: the rename replaces the file it points at.
   std::string target(path.view());
-  struct stat st {};
-  mode_t mode = 0644;
-  if (::lstat(target.c_str(), &st) == 0) {
-    if (S_ISLNK(st.st_mode)) {
-      char real[PATH_MAX];
-      if (::realpath(target.c_str(), real) != nullptr) target = real;
-      st = {};
-      if (::stat(target.c_str(), &st) == 0) mode = st.st_mode & 07777;
-    } else {
-      mode = st.st_mode & 07777;
+  constexpr int kRead = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
+  UniqueFd fd(::open(target.c_str(), kRead | O_NOFOLLOW));
+  if (!fd && errno == ELOOP) {
+    // A symlinked store stays a symlink: the rename replaces the file it points at.
+    char real[PATH_MAX];
+    if (::realpath(target.c_str(), real) != nullptr) {
+      target = real;
+      fd.reset(::open(target.c_str(), kRead));
     }
   }
-  if (st.st_mode != 0 && !S_ISREG(st.st_mode)) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is not a regular file\n", who, file);
+  thread_local FileBuffer in;
+  in.clear();
+  mode_t mode = 0644;
+  if (fd) {
+    struct stat st {};
+    if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) {
+      ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is not a regular file\n", who, file);
+      return -1;
+    }
+    mode = st.st_mode & 07777;
+    if (in.read_from(fd.get(), target.c_str(), who) < 0) return -1;
+  } else if (errno != ENOENT) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot open %s: %s\n", who, file, std::strerror(errno));
     return -1;
   }
-  thread_local FileBuffer in;
-  if (in.load(target.c_str(), who) < 0) return -1;
   Edit edit;
   int rc = decide(in.view(), edit, ctx);
   if (rc < 0) return rc;

@@ -140,6 +140,7 @@ struct Ini_Conf_Lock {
   std::string lock_path;
   bayhal::UniqueFd fd;
   pid_t pid = 0;
+  pid_t tid = 0;  // the thread the lock was taken for
   bool nested = false;
 };
 
@@ -164,6 +165,7 @@ BAYHAL_EXPORT INI_CONF_LOCK* Ini_Conf_Write_Lock_File(const char* file) {
   auto lock = std::make_unique<Ini_Conf_Lock>();
   lock->lock_path = bayhal::ini::lock_path_of(path.view());
   lock->pid = ::getpid();
+  lock->tid = ::gettid();
   auto& t = held();
   {
     std::lock_guard<std::mutex> g(t.mu);
@@ -195,14 +197,20 @@ BAYHAL_EXPORT int Ini_Conf_Unlock_File(INI_CONF_LOCK* lock) {
     return -1;
   }
   auto& t = held();
-  std::lock_guard<std::mutex> g(t.mu);
-  auto it = t.by_path.find(owned->lock_path);
-  if (owned->nested) {
-    if (it != t.by_path.end() && it->second.depth > 1) --it->second.depth;
-    return 0;
+  {
+    std::lock_guard<std::mutex> g(t.mu);
+    auto it = t.by_path.find(owned->lock_path);
+    bool ours = it != t.by_path.end() && it->second.pid == owned->pid &&
+                it->second.tid == owned->tid;
+    if (owned->nested) {
+      if (ours && it->second.depth > 1) --it->second.depth;
+      return 0;
+    }
+    // Forget the holder before letting go: the next holder may be another thread of ours,
+    // and its entry must not be erased by this one.
+    if (ours) t.by_path.erase(it);
   }
   bayhal::ini::unlock(owned->fd);
-  if (it != t.by_path.end() && it->second.pid == ::getpid()) t.by_path.erase(it);
   return 0;
 }
 

@@ -1,5 +1,6 @@
 #include "ini/ini_text.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <unordered_set>
@@ -24,6 +25,61 @@ std::string_view trim(std::string_view s) {
   while (b < e && is_blank(s[b])) ++b;
   while (e > b && is_blank(s[e - 1])) --e;
   return s.substr(b, e - b);
+}
+
+LineKind quick_kind(std::string_view raw) {
+  const char* s = raw.data();
+  const char* e = s + raw.size();
+  while (s < e && is_blank(*s)) ++s;
+  if (s == e) return LineKind::blank;
+  if (*s == '#' || *s == ';') return LineKind::comment;
+  if (*s == '[') {
+    while (e > s && is_blank(e[-1])) --e;
+    return e - s >= 2 && e[-1] == ']' ? LineKind::section : LineKind::bad;
+  }
+  if (*s == '=') return LineKind::bad;
+  return std::memchr(s, '=', static_cast<size_t>(e - s)) != nullptr ? LineKind::key
+                                                                     : LineKind::bad;
+}
+
+LineKind next_line(const char* p, const char* end, const char*& body_end) {
+  auto to_eol = [&](const char* from) {
+    const void* nl = std::memchr(from, '\n', static_cast<size_t>(end - from));
+    body_end = nl != nullptr ? static_cast<const char*>(nl) : end;
+  };
+  const char* s = p;
+  while (s < end && is_blank(*s)) ++s;
+  if (s == end || *s == '\n') {
+    body_end = s;
+    return LineKind::blank;
+  }
+  char c = *s;
+  if (c == '#' || c == ';') {
+    to_eol(s);
+    return LineKind::comment;
+  }
+  if (c == '[') {
+    to_eol(s);
+    const char* e = body_end;
+    while (e > s && is_blank(e[-1])) --e;
+    return e - s >= 2 && e[-1] == ']' ? LineKind::section : LineKind::bad;
+  }
+  // A key's '=' is usually a few bytes in: look for it byte by byte, then jump to the end.
+  const char* q = s;
+  while (q < end && *q != '=' && *q != '\n') ++q;
+  if (q == end || *q == '\n') {
+    body_end = q;
+    return LineKind::bad;
+  }
+  to_eol(q);
+  return q == s ? LineKind::bad : LineKind::key;
+}
+
+size_t nul_line(std::string_view text) {
+  const void* z = std::memchr(text.data(), '\0', text.size());
+  if (z == nullptr) return 0;
+  std::string_view before = text.substr(0, static_cast<size_t>(static_cast<const char*>(z) - text.data()));
+  return static_cast<size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
 }
 
 Line classify(std::string_view raw) {
@@ -150,18 +206,21 @@ std::vector<std::string> section_names(std::string_view text) {
 }
 
 bool is_ini(std::string_view text, size_t* bad_line) {
+  size_t bad = nul_line(text);
   size_t n = 0;
-  bool ok = true;
-  for_each_line(text, [&](std::string_view raw, const Line& l) {
+  const char* p = text.data();
+  const char* end = p + text.size();
+  while (p < end && (bad == 0 || n + 1 < bad)) {
+    const char* body_end;
     ++n;
-    if (l.kind == LineKind::bad || raw.find('\0') != std::string_view::npos) {
-      ok = false;
-      return false;
+    if (next_line(p, end, body_end) == LineKind::bad) {
+      bad = n;
+      break;
     }
-    return true;
-  });
-  if (!ok && bad_line != nullptr) *bad_line = n;
-  return ok;
+    p = body_end + 1;
+  }
+  if (bad != 0 && bad_line != nullptr) *bad_line = bad;
+  return bad == 0;
 }
 
 bool valid_section_name(std::string_view s) {

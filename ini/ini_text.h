@@ -21,6 +21,18 @@ struct Line {
 // Classifies one line (without its '\n'; a trailing '\r' is ignored).
 Line classify(std::string_view line);
 
+// The kind of a line without splitting names and values: enough to validate a line or to
+// spot a header, at a fraction of classify's cost.
+LineKind quick_kind(std::string_view raw);
+
+// Steps over one line starting at `p`: returns its kind (as quick_kind) and sets `body_end`
+// to its '\n' (or `end`). One pass that finds the '=' of a key line on the way to its end,
+// for the scans that check every line of a file.
+LineKind next_line(const char* p, const char* end, const char*& body_end);
+
+// 1-based number of the first line holding a NUL byte, 0 when there is none.
+size_t nul_line(std::string_view text);
+
 // Calls `fn(line_text, line)` for every line in file order, `line_text` without its '\n'.
 // Stops early when fn returns false.
 template <typename Fn>

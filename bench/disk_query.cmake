@@ -1,1 +1,2 @@
 bayhal_add_bench(disk_query_bench ${CMAKE_CURRENT_LIST_DIR}/disk_query_bench.cpp)
+target_link_libraries(disk_query_bench PRIVATE bayhal_sim)

@@ -1,41 +1,61 @@
-// The default backend: the discovery layer. Until the discovery layer's entry points are
-// linked in, every question answers "not available" so the registry fails cleanly.
+// The default backend: the discovery layer (pd_sys_*) and the kernel's device tree.
+// Questions that only a card or hardware-RAID back-end could answer get "not available"
+// (-1): this library has none.
 #include "disk/disk_backend.h"
 
 #include <atomic>
+#include <cstring>
+#include <filesystem>
+#include <string>
 
-#include "bayhal/ERR_TRACE.h"
+#include "disk_sys/pd_sys.h"
+#include "foundation/sysroot.h"
 
 namespace bayhal {
 
 namespace {
 
+// The kernel's device folder of a SCSI address ("6:0:3:0"): its path through the SAS
+// transport classes tells whether an expander or only an end device lies in between.
+std::string device_path(const char* bus_name) {
+  if (bus_name == nullptr || *bus_name == '\0' || std::strchr(bus_name, '/') != nullptr)
+    return {};
+  std::error_code ec;
+  auto real = std::filesystem::canonical(
+      sys_path(std::string("/sys/class/scsi_device/") + bus_name), ec);
+  return ec ? std::string() : real.string();
+}
+
 class DiscoveryBackend final : public DiskBackend {
  public:
-  int getinfo(const char* enc_sys_id, const char* pd_sys_id, PD_INFO*) override {
-    return unavailable("pd_sys_getinfo", enc_sys_id, pd_sys_id);
+  int getinfo(const char* enc_sys_id, const char* pd_sys_id, PD_INFO* info) override {
+    return pd_sys_getinfo(enc_sys_id, pd_sys_id, info);
   }
-  int enumerate(const char* enc_sys_id, char**, int) override {
-    return unavailable("pd_sys_enumerate", enc_sys_id, "");
+  int enumerate(const char* enc_sys_id, char** list, int max) override {
+    return pd_sys_enumerate(enc_sys_id, list, max);
   }
-  int sys_id_by_sys_name(const char* sys_name, char*, int) override {
-    return unavailable("pd_sys_get_sys_id_by_sys_name", "", sys_name);
+  int sys_id_by_sys_name(const char* sys_name, char* sys_id, int size) override {
+    return pd_sys_get_sys_id_by_sys_name(sys_name, sys_id, size);
   }
-  int boot_disk(char*, int) override { return unavailable("pd_sys_get_boot_disk", "", ""); }
-  int attached_behind_sas(const char*) override { return -1; }
-  int attached_to_sas_hba_directly(const char*) override { return -1; }
+  int boot_disk(char* name, int size) override { return pd_sys_get_boot_disk(name, size); }
+  int attached_behind_sas(const char* bus_name) override {
+    std::string path = device_path(bus_name);
+    if (path.empty()) return -1;
+    return path.find("/expander-") != std::string::npos ? 1 : 0;
+  }
+  int attached_to_sas_hba_directly(const char* bus_name) override {
+    std::string path = device_path(bus_name);
+    if (path.empty()) return -1;
+    return path.find("/end_device-") != std::string::npos &&
+                   path.find("/expander-") == std::string::npos
+               ? 1
+               : 0;
+  }
   int sr_mode(int, int) override { return -1; }
   int mvs_card_position(const char*, int*, int*) override { return -1; }
   int hzr_card_description(int, HzrCardDescription*) override { return -1; }
   int lookup_in_pcie_enclosure(int, const char*, int, int, char*, int) override { return -1; }
   int scan_ext_port(const char*, std::vector<std::pair<int, int>>*) override { return -1; }
-
- private:
-  static int unavailable(const char* what, const char* enc_sys_id, const char* pd_sys_id) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: not available (enc_sys_id %s, pd_sys_id %s)!\n", what,
-              enc_sys_id != nullptr ? enc_sys_id : "", pd_sys_id != nullptr ? pd_sys_id : "");
-    return -1;
-  }
 };
 
 DiscoveryBackend discovery_backend;

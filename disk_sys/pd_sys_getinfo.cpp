@@ -26,6 +26,15 @@ bool plain_name(std::string_view n) {
   return true;
 }
 
+// A SCSI block device lives in "<unit>/block/<name>"; its "device" link says the same
+// where the folder is elsewhere.
+std::string unit_of_block(const std::string& block) {
+  std::string parent = block.substr(0, block.rfind('/'));
+  if (parent.size() > 6 && parent.compare(parent.size() - 6, 6, "/block") == 0)
+    return parent.substr(0, parent.size() - 6);
+  return sysfs_resolve(block + "/device");
+}
+
 bool below_usb(const std::string& path) {
   size_t at = 0;
   while ((at = path.find("/usb", at)) != std::string::npos) {
@@ -67,7 +76,7 @@ int getinfo_pd_in_root_enclosure(const char* enc, const char* name, PD_INFO* inf
     copy_field(info->pd_bus_name, sizeof info->pd_bus_name,
                sysfs_read(sysfs_resolve(p.block + "/device") + "/address").value_or(""));
   } else {
-    p.unit = sysfs_resolve(p.block + "/device");
+    p.unit = unit_of_block(p.block);
     auto sg = sysfs_list(p.unit + "/scsi_generic");
     ctrl = sg.empty() ? "/dev/" + p.name : "/dev/" + sg.front();
     copy_field(info->pd_bus_name, sizeof info->pd_bus_name, p.unit.substr(p.unit.rfind('/') + 1));
@@ -116,7 +125,9 @@ int unsupported(const char* enc) {
 // For an ATA disk with TRIM the kernel must issue ATA TRIM, not SCSI UNMAP/WRITE SAME.
 void switch_provisioning_mode(const PD_INFO* info) {
   if (info->type != PD_TYPE_ATA || !(info->capabilities & PD_CAP_TRIM)) return;
-  std::string unit = sysfs_resolve(std::string("/sys/class/block/") + info->pd_sys_id + "/device");
+  std::string block = sysfs_resolve(std::string("/sys/class/block/") + info->pd_sys_id);
+  if (block.empty()) return;
+  std::string unit = unit_of_block(block);
   if (unit.empty()) return;
   std::string hctl = unit.substr(unit.rfind('/') + 1);
   std::string mode = unit + "/scsi_disk/" + hctl + "/provisioning_mode";

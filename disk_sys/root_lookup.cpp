@@ -9,21 +9,43 @@
 namespace bayhal {
 namespace {
 
-bool is_bridge(std::string_view path) { return !comm_sys_get_pci_bus(path).empty(); }
+bool pci_name(const std::string& n) {
+  return n.size() == 12 && n[4] == ':' && n[7] == ':' && n[10] == '.';
+}
 
-// The function 00.0 on a bridge's secondary bus.
+// PCI functions on a bridge's secondary bus: the kernel places them in the bridge's folder.
+std::vector<std::string> pci_children(std::string_view bridge) {
+  std::vector<std::string> out;
+  for (const auto& e : sysfs_list(bridge))
+    if (pci_name(e) && sysfs_is_dir(std::string(bridge) + "/" + e)) out.push_back(e);
+  return out;
+}
+
+bool is_bridge(std::string_view path) {
+  return !comm_sys_get_pci_bus(path).empty() || !pci_children(path).empty();
+}
+
+// The function 00.0 on a bridge's secondary bus (the first function when the bus has no
+// 00.0, as some trees are captured).
 std::string below_bridge(std::string_view bridge) {
   std::string bus = comm_sys_get_pci_bus(bridge);
-  if (bus.empty()) return {};
-  return sysfs_resolve("/sys/bus/pci/devices/" + bus + ":00.0");
+  if (!bus.empty()) {
+    std::string dev = sysfs_resolve("/sys/bus/pci/devices/" + bus + ":00.0");
+    if (!dev.empty()) return dev;
+  }
+  auto children = pci_children(bridge);
+  return children.empty() ? std::string() : std::string(bridge) + "/" + children.front();
 }
 
 // Downstream port `port` (its device number) on a switch's internal bus.
 std::string switch_downstream(std::string_view upstream, int port) {
-  std::string bus = comm_sys_get_pci_bus(upstream);
-  if (bus.empty() || port < 0 || port > 31) return {};
-  char dev[16];
+  if (port < 0 || port > 31) return {};
+  char dev[8];
   std::snprintf(dev, sizeof dev, ":%02x.0", port);
+  for (const auto& child : pci_children(upstream))
+    if (child.compare(7, 5, dev) == 0) return std::string(upstream) + "/" + child;
+  std::string bus = comm_sys_get_pci_bus(upstream);
+  if (bus.empty()) return {};
   return sysfs_resolve("/sys/bus/pci/devices/" + bus + dev);
 }
 

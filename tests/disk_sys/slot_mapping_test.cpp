@@ -69,6 +69,7 @@ TEST_F(DiskSysTest, SasHbaDisksOnPhysAndBehindAnExpander) {
   ASSERT_EQ(found.size(), 1u);
   EXPECT_EQ(found[0].phy, 3);
   EXPECT_EQ(found[0].bay, 3);
+
 }
 
 TEST_F(DiskSysTest, MultiDeviceSlotIsResolvedThroughItsSubSectionsOnly) {

@@ -24,6 +24,16 @@ class RealTree {
   bool ok_ = false;
 };
 
+// Unpacks `tarball` (relative to tests/data/external) into `dir`, dropping `strip` leading
+// path components. False when tar failed.
+bool unpack_into(std::string_view tarball, const std::string& dir, int strip = 0);
+
+// Adds the links the kernel always has and the captures did not copy: /sys/bus/pci/devices
+// for every PCI function, /sys/class/block for every block device and partition,
+// /sys/bus/scsi/devices for every SCSI unit. Existing entries are left alone. Returns how
+// many links it made.
+int add_kernel_links(const std::string& root);
+
 // Every path below `dir` (relative to it, sorted), links not followed.
 std::vector<std::string> list_tree(const std::string& dir);
 // Target text of a symbolic link; empty when it is not one.

@@ -96,7 +96,8 @@ void add_show(CLI::App& model, Context& ctx) {
       fail(ctx, std::string("no model description at ") + bayhal::kModelConf);
       return;
     }
-    json sections = json::array();
+    // File order matters to a reader of the description: keep it in the JSON too.
+    nlohmann::ordered_json sections = nlohmann::ordered_json::array();
     std::ostringstream text;
     std::string target = live_target();
     text << "# " << bayhal::kModelConf << (target.empty() ? "" : " -> " + target) << '\n';
@@ -106,7 +107,7 @@ void add_show(CLI::App& model, Context& ctx) {
       auto s = bayhal::ini::read_section(bayhal::kModelConf, name);
       if (!s) continue;
       found = true;
-      json keys = json::object();
+      nlohmann::ordered_json keys = nlohmann::ordered_json::object();
       text << '[' << name << "]\n";
       for (const auto& [k, v] : s->entries) {
         keys[k] = v;
@@ -118,9 +119,12 @@ void add_show(CLI::App& model, Context& ctx) {
       fail(ctx, "no section [" + only + "] in " + bayhal::kModelConf);
       return;
     }
-    std::string out = text.str();
-    out.pop_back();
-    emit(ctx, json{{"file", bayhal::kModelConf}, {"target", target}, {"sections", sections}}, out);
+    if (ctx.json) {
+      nlohmann::ordered_json j{{"file", bayhal::kModelConf}, {"target", target}, {"sections", sections}};
+      std::cout << j.dump(2) << '\n';
+    } else {
+      std::cout << text.str();
+    }
   });
 }
 

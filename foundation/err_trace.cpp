@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -105,18 +106,63 @@ const char* process_name(pid_t pid) {
   return g_state.name;
 }
 
+// Writes `v` in decimal, right-aligned in `width` with `pad` (wider numbers are not cut).
+char* put_number(char* p, unsigned long v, int width, char pad) {
+  char digits[24];
+  int n = 0;
+  do {
+    digits[n++] = static_cast<char>('0' + v % 10);
+    v /= 10;
+  } while (v != 0);
+  for (int i = n; i < width; ++i) *p++ = pad;
+  while (n > 0) *p++ = digits[--n];
+  return p;
+}
+
+// "%04d-%02d-%02d %02d:%02d:%02d [%5d %-15s] " by hand: snprintf of the prefix was a fifth
+// of the cost of a written line. Returns its length.
+size_t format_prefix(char (&line)[kRecordSize], std::time_t now, pid_t pid) {
+  struct tm tm {};
+  localtime_r(&now, &tm);
+  const char* name = process_name(pid);
+  size_t name_len = std::strlen(name);
+  if (tm.tm_year < -1900 || tm.tm_year > 9999 - 1900 || name_len > 255) {
+    int p = std::snprintf(line, kRecordSize, "%04d-%02d-%02d %02d:%02d:%02d [%5d %-15s] ",
+                          tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min,
+                          tm.tm_sec, static_cast<int>(pid), name);
+    return p > 0 ? std::min(static_cast<size_t>(p), kRecordSize - 1) : 0;
+  }
+  char* p = line;  // at most 19 + 2 + 10 + 1 + 255 + 2 characters: well inside the record
+  p = put_number(p, static_cast<unsigned long>(tm.tm_year + 1900), 4, '0');
+  *p++ = '-';
+  p = put_number(p, static_cast<unsigned long>(tm.tm_mon + 1), 2, '0');
+  *p++ = '-';
+  p = put_number(p, static_cast<unsigned long>(tm.tm_mday), 2, '0');
+  *p++ = ' ';
+  p = put_number(p, static_cast<unsigned long>(tm.tm_hour), 2, '0');
+  *p++ = ':';
+  p = put_number(p, static_cast<unsigned long>(tm.tm_min), 2, '0');
+  *p++ = ':';
+  p = put_number(p, static_cast<unsigned long>(tm.tm_sec), 2, '0');
+  *p++ = ' ';
+  *p++ = '[';
+  p = put_number(p, static_cast<unsigned long>(pid), 5, ' ');
+  *p++ = ' ';
+  std::memcpy(p, name, name_len);
+  p += name_len;
+  for (size_t i = name_len; i < 15; ++i) *p++ = ' ';
+  *p++ = ']';
+  *p++ = ' ';
+  *p = '\0';
+  return static_cast<size_t>(p - line);
+}
+
 // Builds prefix + message into `line`; returns the length including the single newline.
 // A record is at most 1022 characters plus its newline, and a message's own trailing
 // newline is folded into the one the record ends with.
 size_t format_record(char (&line)[kRecordSize], std::time_t now, pid_t pid, const char* format,
                      va_list args) {
-  struct tm tm {};
-  localtime_r(&now, &tm);
-  int p = std::snprintf(line, kRecordSize, "%04d-%02d-%02d %02d:%02d:%02d [%5d %-15s] ",
-                        tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min,
-                        tm.tm_sec, static_cast<int>(pid), process_name(pid));
-  size_t used = p > 0 ? static_cast<size_t>(p) : 0;
-  if (used > kRecordSize - 1) used = kRecordSize - 1;
+  size_t used = format_prefix(line, now, pid);
   int m = std::vsnprintf(line + used, kRecordSize - used, format, args);
   size_t counted = used + (m > 0 ? static_cast<size_t>(m) : 0);
   size_t text = counted < kRecordSize - 1 ? counted : kRecordSize - 1;

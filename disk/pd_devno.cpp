@@ -15,6 +15,7 @@
 #include "disk/enc_access.h"
 #include "disk/pd_fields.h"
 #include "disk/pd_query.h"
+#include "disk/pd_devno.h"
 #include "disk/pd_wwn.h"
 #include "foundation/export.h"
 #include "foundation/sysroot.h"
@@ -39,24 +40,28 @@ bool safe_name(std::string_view name) {
 
 }  // namespace
 
+std::string devname_from_uevent(std::string_view text) {
+  size_t at = 0;
+  while (at < text.size()) {
+    size_t nl = text.find('\n', at);
+    std::string_view line = text.substr(at, nl == std::string_view::npos ? std::string_view::npos
+                                                                          : nl - at);
+    if (line.substr(0, 8) == "DEVNAME=") {
+      std::string_view name = line.substr(8);
+      return safe_name(name) ? "/dev/" + std::string(name) : std::string();
+    }
+    if (nl == std::string_view::npos) break;
+    at = nl + 1;
+  }
+  return {};
+}
+
 // "/dev/<name>" of a device number, from the "DEVNAME=" line of its uevent.
 std::string name_of_dev_no(int major, int minor) {
   if (major < 0 || minor < 0) return {};
   char path[64];
   std::snprintf(path, sizeof path, "/sys/dev/block/%d:%d/uevent", major, minor);
-  std::string text = read_small(path);
-  size_t at = 0;
-  while (at < text.size()) {
-    size_t nl = text.find('\n', at);
-    std::string_view line = std::string_view(text).substr(at, nl == std::string::npos ? std::string::npos : nl - at);
-    if (line.substr(0, 8) == "DEVNAME=") {
-      std::string_view name = line.substr(8);
-      return safe_name(name) ? "/dev/" + std::string(name) : std::string();
-    }
-    if (nl == std::string::npos) break;
-    at = nl + 1;
-  }
-  return {};
+  return devname_from_uevent(read_small(path));
 }
 
 // Device number of "/dev/sd*", "/dev/vd*" (virtio) or "/dev/xvd*" (Xen).

@@ -49,6 +49,15 @@ bool StoreText::load(const char* file) {
   }
 }
 
+void StoreText::assign(std::string_view text) {
+  indexed_ = false;
+  headers_.clear();
+  len_ = 0;
+  if (cap_ < text.size() + 1) grow(text.size() + 1);
+  std::memcpy(buf_.get(), text.data(), text.size());
+  len_ = text.size();
+}
+
 void StoreText::grow(size_t want) {
   auto bigger = std::make_unique_for_overwrite<char[]>(want);
   if (len_ > 0) std::memcpy(bigger.get(), buf_.get(), len_);

@@ -17,6 +17,8 @@ class StoreText {
   // Reads `file` (an appliance path, resolved under the system root). False when it is
   // missing or unreadable; the view is then empty.
   bool load(const char* file);
+  // Takes `text` as the store's contents (a copy), as if it had been read.
+  void assign(std::string_view text);
   std::string_view text() const { return {buf_.get(), len_}; }
 
   // Calls fn(key, value) for every key line of `section` in file order (all its

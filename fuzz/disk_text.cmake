@@ -1,0 +1,1 @@
+bayhal_add_fuzz(fuzz_disk_text disk_text_fuzz.cpp)

@@ -1,6 +1,7 @@
 #include "enclosure/enc_conf.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "bayhal/Ini_Conf.h"
@@ -52,6 +53,14 @@ std::optional<std::string> enc_get_text(int enc_id, const char* key) {
 
 bool starts_with(const char* text, std::string_view prefix) {
   return text != nullptr && std::strncmp(text, prefix.data(), prefix.size()) == 0;
+}
+
+unsigned bitmap_low32(const std::string* text) {
+  if (text == nullptr) return 0;
+  std::string_view digits(*text);
+  if (digits.starts_with("0x") || digits.starts_with("0X")) digits.remove_prefix(2);
+  if (digits.size() > 8) digits.remove_prefix(digits.size() - 8);
+  return static_cast<unsigned>(std::strtoul(std::string(digits).c_str(), nullptr, 16));
 }
 
 bool copy_out(std::string_view text, char* buf, int size) {

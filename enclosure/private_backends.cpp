@@ -7,7 +7,7 @@
 #include "enclosure/enc_conf.h"
 
 namespace bayhal {
-namespace {
+namespace detail {
 
 int not_supported(const char* op, const char* enc_sys_id) {
   ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): enc_sys_id = %s not implement.\n", op, __LINE__,
@@ -15,7 +15,9 @@ int not_supported(const char* op, const char* enc_sys_id) {
   return -1;
 }
 
-}  // namespace
+}  // namespace detail
+
+using detail::not_supported;
 
 int mvs_validate_enc_sys_id(const char* enc_sys_id) {
   if (!starts_with(enc_sys_id, "mvs_")) return -1;
@@ -46,6 +48,15 @@ int hzr_sys_getinfo(const char* enc_sys_id, SE_ENC_INFO* /*info*/) {
 }
 int mvs_sys_getinfo(const char* enc_sys_id, SE_ENC_INFO* /*info*/) {
   return not_supported(__func__, enc_sys_id);
+}
+
+}  // namespace bayhal
+
+namespace bayhal {
+
+int se_sys_scan_ext_port(const char* hzr_sys_id, int* /*enc_ids*/, int* /*enc_ports*/,
+                         int /*max_ports*/) {
+  return not_supported(__func__, hzr_sys_id);
 }
 
 }  // namespace bayhal

@@ -28,3 +28,11 @@ int hzr_sys_getinfo(const char* enc_sys_id, SE_ENC_INFO* info);
 int mvs_sys_getinfo(const char* enc_sys_id, SE_ENC_INFO* info);
 
 }  // namespace bayhal
+
+namespace bayhal {
+
+// The enclosures on the external ports of an HZR card: for port n (0-based) the attached
+// enclosure id and its port, -1 when none. Returns the number of ports, or -1.
+int se_sys_scan_ext_port(const char* hzr_sys_id, int* enc_ids, int* enc_ports, int max_ports);
+
+}  // namespace bayhal

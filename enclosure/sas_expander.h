@@ -1,0 +1,23 @@
+// SAS expander enclosures, found in the kernel's SAS transport class
+// (/sys/class/sas_expander, /sys/class/sas_device) with their SES devices. The identity of
+// an expander enclosure is its SAS address written "%llx" (e.g. "5000ccab0200947e").
+#pragma once
+#include <cstdint>
+#include <string>
+
+#include "bayhal/SE.h"
+
+namespace bayhal {
+
+// Lists the expanders' identities (strdup'ed, at most `capacity` stored); returns how many
+// exist.
+int sas_expander_enumerate(char** names, int capacity);
+// 1 when `enc_sys_id` names an expander present now, else 0.
+int comm_sys_check_is_sas_expander(const char* enc_sys_id);
+// True when one of the `count` listed expanders hangs below the controller or bridge at the
+// "DEV_BUS" of PCIe slot `slot`.
+bool sas_expander_in_pci_slot(char* const* names, int count, int slot);
+// Fills the record of an expander enclosure; 0, or -1 when it is not present.
+int sas_expander_getinfo(const char* enc_sys_id, SE_ENC_INFO* info);
+
+}  // namespace bayhal

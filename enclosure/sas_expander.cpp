@@ -179,7 +179,11 @@ int sas_expander_getinfo(const char* enc_sys_id, SE_ENC_INFO* info) {
   copy_out(read_trimmed(attrs + "/product_id").value_or(""), info->model, sizeof info->model);
   copy_out(read_trimmed(attrs + "/product_rev").value_or(""), info->revision, 16 + 1);
   info->sas_address = std::strtoull(e->identity.c_str(), nullptr, 16);
-  copy_out(e->identity, info->wwn, sizeof info->wwn);
+  // The address goes into wwn as its 8 raw bytes, not as text: the persistent map keys a unit
+  // by the hex of the first 8 wwn bytes, and as text that would be only the first 8 digits,
+  // which units of one vendor share.
+  for (int i = 0; i < 8; ++i)
+    info->wwn[i] = static_cast<char>((info->sas_address >> (56 - 8 * i)) & 0xff);
   if (path_exists(e->dir + "/bsg/" + e->name))
     copy_out(e->name, info->bsg_name, sizeof info->bsg_name);
   fill_parent(all, *e, info);

@@ -1,6 +1,7 @@
 // SAS expander enclosures, found in the kernel's SAS transport class
 // (/sys/class/sas_expander, /sys/class/sas_device) with their SES devices. The identity of
-// an expander enclosure is its SAS address written "%llx" (e.g. "5000ccab0200947e").
+// an expander enclosure is its SAS address written "%llx" (e.g. "5000ccab0200947e"); its
+// record keeps the address in `sas_address` and, as 8 raw bytes, in `wwn`.
 #pragma once
 #include <cstdint>
 #include <string>

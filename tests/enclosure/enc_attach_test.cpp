@@ -1,0 +1,311 @@
+// Attach, detach and hot-swap of enclosures on sandbox roots.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "enclosure/enc_attach.h"
+#include "enclosure/enc_ids.h"
+#include "enclosure/enc_store.h"
+#include "ini/ini_store.h"
+#include "sim/sysfs_builder.h"
+#include "tests/enclosure/enc_fakes.h"
+#include "tests/enclosure/enc_test_util.h"
+
+namespace bayhal::test {
+namespace {
+
+using Names = std::vector<std::string>;
+constexpr const char* kHal = "/etc/hal.conf";
+
+class EncAttachTest : public SandboxTest {
+ protected:
+  EncAttachTest() {
+    root.write("/etc/model.conf", "[System Enclosure]\nVENDOR = Bay\nCAP = 0x200\nMAX_DISK_NUM = 4\n");
+    std::string hba_dir = sysfs.pci_device("0000:03:00.0", {}, sim::PciSpec(0x1000, 0x97, 0x010700));
+    hba = sysfs.sas_hba(hba_dir, 2, {0, 1, 2, 3, 4, 5, 6, 7});
+  }
+  // An expander below the HBA ("<n>" picks the address 0x5000000000000<n>).
+  std::string top_expander(int n) {
+    char addr[32];
+    std::snprintf(addr, sizeof addr, "0x50000000000000%02d", n);
+    return sysfs.sas_expander(hba, {n}, 8, addr).dir;
+  }
+  // An expander daisy-chained below the expander folder `up`.
+  std::string chained_expander(const std::string& up, int n) {
+    std::string name = "expander-2:" + std::to_string(n);
+    std::string dir = up + "/port-2:" + std::to_string(n) + ":0/" + name;
+    char addr[32];
+    std::snprintf(addr, sizeof addr, "0x50000000000000%02d", n);
+    sysfs.attr(dir + "/sas_device/" + name + "/sas_address", addr);
+    sysfs.attr(dir + "/sas_expander/" + name + "/vendor_id", "BAYSIM");
+    sysfs.attr(dir + "/sas_expander/" + name + "/product_id", "CHAINED");
+    sysfs.link("/sys/class/sas_expander/" + name, dir + "/sas_expander/" + name);
+    sysfs.link("/sys/class/sas_device/" + name, dir + "/sas_device/" + name);
+    return dir;
+  }
+  static std::string id_of(int n) {
+    char id[32];
+    std::snprintf(id, sizeof id, "50000000000000%02d", n);
+    return id;
+  }
+  bool has_section(int enc_id) {
+    return ini::read_section(kHal, "Enclosure_" + std::to_string(enc_id)).has_value();
+  }
+  void attach_root() { ASSERT_EQ(SE_Sys_Attach("root", 0), 0); }
+
+  sim::SysfsBuilder sysfs{root.dir()};
+  sim::SasHba hba;
+  FakeRunner runner;
+  RecordingDiskLink disks;
+};
+
+TEST_F(EncAttachTest, RootAttachRegistersScansAndTagsForUdev) {
+  disks.scan_result = 3;
+  EXPECT_EQ(SE_Sys_Attach("root", 0), 0);
+  EXPECT_EQ(se_lookup_id("root"), 0);
+  EXPECT_EQ(disks.scans, Names{"0"});
+  EXPECT_EQ(runner.execs_of("/sbin/udevadm"), Names{"/sbin/udevadm|control|--env=root=enc"});
+  std::string before = root.read(kHal);
+  EXPECT_EQ(SE_Sys_Attach("root", 0), -1);  // already registered
+  EXPECT_EQ(se_attach("root", 0), -1);
+  EXPECT_EQ(root.read(kHal), before);
+  EXPECT_EQ(disks.scans.size(), 1u);
+  EXPECT_EQ(SE_Sys_Attach(nullptr, 0), -1);
+  EXPECT_EQ(SE_Sys_Attach("bad=id", 0), -1);
+  EXPECT_EQ(SE_Sys_Attach("not_present", 0), -1);
+}
+
+TEST_F(EncAttachTest, FolderAttachRewritesARegisteredEnclosureThere) {
+  attach_root();
+  root.mkdir("/tmp/rescan");
+  EXPECT_EQ(se_attach("root", 0, "/tmp/rescan"), 0);
+  EXPECT_EQ(ini_get("/tmp/rescan/hal.conf", "Enclosure_0", "enc_sys_id"), "root");
+  EXPECT_EQ(disks.scans, (Names{"0", "0@/tmp/rescan"}));
+}
+
+TEST_F(EncAttachTest, ParentIsAttachedFirst) {
+  FakeBackend backend;
+  attach_root();
+  std::string up = top_expander(1);
+  chained_expander(up, 9);
+  ASSERT_EQ(SE_Sys_Attach(id_of(9).c_str(), 0), 0);
+  int parent = se_lookup_id(id_of(1).c_str());
+  int child = se_lookup_id(id_of(9).c_str());
+  EXPECT_EQ(parent, 32);
+  EXPECT_EQ(child, 33);
+  EXPECT_EQ(se_get_stack_id(id_of(1).c_str()), 1);
+  EXPECT_EQ(se_get_stack_id(id_of(9).c_str()), 2);
+  EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHal, "Enclosure_32", "child_bitmap", 33));
+  EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHal, "Enclosure_0", "child_bitmap", 32));
+  EXPECT_EQ(backend.calls, (Names{"7seg " + id_of(1) + " 32", "7seg " + id_of(9) + " 33"}));
+}
+
+TEST_F(EncAttachTest, SasChainIsRefusedPastTheStackLimit) {
+  attach_root();
+  std::string dir = top_expander(1);
+  for (int n = 2; n <= 5; ++n) dir = chained_expander(dir, n);
+  EXPECT_EQ(SE_Sys_Attach(id_of(5).c_str(), 1), -1);
+  for (int n = 1; n <= 4; ++n) EXPECT_EQ(se_get_stack_id(id_of(n).c_str()), n) << n;
+  EXPECT_EQ(se_lookup_id(id_of(5).c_str()), -1);
+  EXPECT_EQ(runner.execs_of("/sbin/log_tool"),
+            Names{"/sbin/log_tool|-a|One SAS wide port supports a maximum 4.RAID expansion "
+                  "enclosures to be daisy-chained together.|-t|1"});
+  EXPECT_EQ(disks.scans, (Names{"0", "32", "33", "34", "35"}));
+}
+
+TEST_F(EncAttachTest, DetachTakesChildrenFirstWithTheirDisks) {
+  attach_root();
+  std::string up = top_expander(1);
+  chained_expander(up, 7);
+  chained_expander(up, 8);
+  ASSERT_EQ(SE_Sys_Attach(id_of(7).c_str(), 0), 0);
+  ASSERT_EQ(SE_Sys_Attach(id_of(8).c_str(), 0), 0);
+  int parent = se_lookup_id(id_of(1).c_str());
+  int c1 = se_lookup_id(id_of(7).c_str()), c2 = se_lookup_id(id_of(8).c_str());
+  ASSERT_EQ(parent, 32);
+  for (int id : {parent, c1, c2})
+    root.write("/etc/enclosure_" + std::to_string(id) + ".conf", "[Index]\npd_bitmap = 0x6\n");
+  std::vector<std::string> seen;
+  disks.on_detach = [&](int enc, int dev) {
+    // When the parent's disks go, its children are already gone and it is still there.
+    if (enc == parent)
+      seen.push_back(std::string(has_section(c1) ? "c1 " : "") + (has_section(c2) ? "c2 " : "") +
+                     (has_section(parent) ? "parent" : "") + ":" + std::to_string(dev));
+  };
+  ASSERT_EQ(SE_Sys_Pre_Detach(id_of(1).c_str()), 0);
+  EXPECT_EQ(SE_Get_Status(c1), 1);
+  EXPECT_EQ(SE_Get_Status(c2), 1);
+  EXPECT_EQ(SE_Get_Status(parent), 1);
+  EXPECT_EQ(SE_Sys_Detach(id_of(1).c_str()), 0);
+  EXPECT_EQ(seen, (Names{"parent:1", "parent:2"}));
+  std::vector<std::pair<int, int>> expected{{c1, 1}, {c1, 2}, {c2, 1}, {c2, 2}, {parent, 1}, {parent, 2}};
+  EXPECT_EQ(disks.detaches, expected);
+  for (int id : {parent, c1, c2}) {
+    EXPECT_FALSE(has_section(id));
+    EXPECT_FALSE(bit_set(kHal, id));
+    EXPECT_TRUE(bit_set("/etc/config/enclosure.map", id));  // kept for their return
+    EXPECT_FALSE(root.exists("/etc/enclosure_" + std::to_string(id) + ".conf"));
+  }
+  EXPECT_FALSE(Ini_Conf_Bitmap_Is_Bit_Set(kHal, "Enclosure_0", "child_bitmap", 32));
+  EXPECT_EQ(ini_get(kHal, "Index", ("enc_sysid_" + id_of(7)).c_str()), "<absent>");
+  EXPECT_EQ(se_lookup_id("root"), 0);
+}
+
+TEST_F(EncAttachTest, MemberDiskIsReportedReturningExactlyOnce) {
+  attach_root();
+  top_expander(1);
+  ASSERT_EQ(SE_Sys_Attach(id_of(1).c_str(), 0), 0);
+  int id = se_lookup_id(id_of(1).c_str());
+  root.write("/etc/enclosure_" + std::to_string(id) + ".conf",
+             "[Index]\npd_bitmap = 0x4\npd2_member_bitmap = 0x8\n");
+  root.write("/etc/config/.jbod_roaming_status", "[ENCLOSURE_20]\nENC_SAFE_REMOVE = 1\nOTHER = 2\n");
+  ASSERT_EQ(SE_Sys_Detach(id_of(1).c_str()), 0);
+  EXPECT_EQ(disks.detaches, (std::vector<std::pair<int, int>>{{id, 2003}, {id, 2}}));
+  EXPECT_EQ(ini_get("/etc/config/.jbod_roaming_status", "ENCLOSURE_20", "ENC_SAFE_REMOVE"), "<absent>");
+  EXPECT_EQ(ini_get("/etc/config/.jbod_roaming_status", "ENCLOSURE_20", "OTHER"), "2");
+
+  ASSERT_EQ(SE_Sys_Attach(id_of(1).c_str(), 0), 0);
+  EXPECT_EQ(se_lookup_id(id_of(1).c_str()), id);
+  EXPECT_EQ(SE_Hotswap_Check_PD(id, 2003), 1);
+  EXPECT_EQ(SE_Hotswap_Check_PD(id, 2003), 0);
+  EXPECT_EQ(SE_Hotswap_Check_PD(id, 2), 1);
+  EXPECT_EQ(SE_Hotswap_Check_PD(id, 2), 0);
+  EXPECT_EQ(SE_Hotswap_Check_PD(id, 1002), 0);
+  EXPECT_EQ(SE_Hotswap_Check_PD(id, 5), 0);
+  EXPECT_GE(SE_Hotswap_Clear_Enc(id), 0);
+  EXPECT_EQ(ini::read_section("/tmp/.se_detached", "Enclosure_" + std::to_string(id)), std::nullopt);
+}
+
+TEST_F(EncAttachTest, ReleasedEnclosureForgetsItsDisks) {
+  attach_root();
+  top_expander(1);
+  ASSERT_EQ(SE_Sys_Attach(id_of(1).c_str(), 0), 0);
+  int id = se_lookup_id(id_of(1).c_str());
+  root.write("/etc/enclosure_" + std::to_string(id) + ".conf", "[Index]\npd_bitmap = 0x2\n");
+  ASSERT_EQ(SE_Sys_Detach(id_of(1).c_str()), 0);
+  ASSERT_EQ(SE_Release_Id(id), 0);
+  EXPECT_EQ(SE_Hotswap_Check_PD(id, 1), 0);
+  EXPECT_EQ(ini::read_section("/tmp/.se_detached", "Enclosure_" + std::to_string(id)), std::nullopt);
+  EXPECT_EQ(SE_Hotswap_Check_PD(id, 1), 0);
+}
+
+TEST_F(EncAttachTest, UnknownIdentityDetachChangesNothing) {
+  attach_root();
+  std::string before = root.read(kHal);
+  EXPECT_EQ(SE_Sys_Detach("5999999999999999"), -1);
+  EXPECT_EQ(SE_Sys_Pre_Detach("5999999999999999"), -1);
+  EXPECT_EQ(SE_Sys_Detach(nullptr), -1);
+  EXPECT_EQ(root.read(kHal), before);
+  EXPECT_TRUE(disks.detaches.empty());
+}
+
+TEST_F(EncAttachTest, TypedFormOnlyForAnMvUnitOverUsb) {
+  root.write("/etc/expansion_units.conf",
+             "[MV]\nBUS = usb\nVENDOR_ID = 0x1e4e\nPRODUCT_ID = 0x0104\nMODEL = MV-J4\n"
+             "[Other]\nBUS = usb\nVENDOR_ID = 0x1e4e\nPRODUCT_ID = 0x0200\nMODEL = TR-4\n");
+  std::string xhci = sysfs.pci_device("0000:00:14.0", {}, sim::PciSpec(0x8086, 0xa36d, 0x0c0330));
+  sim::UsbDev hub = sysfs.usb_root_hub(xhci, 2, 5000, 4);
+  sim::UsbSpec mv(0x1e4e, 0x0104, "Bay", "J4");
+  mv.serial = "MVSER0001";
+  sysfs.usb_device(hub, 1, mv);
+  sysfs.usb_device(hub, 2, sim::UsbSpec(0x1e4e, 0x0200, "Bay", "TR"));
+  attach_root();
+  std::string before = root.read(kHal);
+  for (const char* ignored : {"usb_2-1_type_2_5", "usb_2-1_type_1_0", "usb_2-1_type_x"}) {
+    SCOPED_TRACE(ignored);
+    EXPECT_EQ(se_attach(ignored, 0), 0);
+    EXPECT_EQ(root.read(kHal), before);
+  }
+  EXPECT_EQ(se_attach("usb_2-2_type_1_5", 0), -1);  // not an MV model
+  EXPECT_EQ(root.read(kHal), before);
+  EXPECT_EQ(se_attach("usb_2-1_type_1_5", 0), 0);
+  int id = se_lookup_id("usb_2-1");
+  ASSERT_EQ(id, 32);
+  SE_ENC_INFO info;
+  std::memset(&info, 0, sizeof info);
+  ASSERT_EQ(SE_Get_Info(id, &info), 0);
+  EXPECT_EQ(info.mv_bus_speed, 5);
+  EXPECT_STREQ(info.model, "MV-J4");
+  EXPECT_EQ(disks.scans, Names{"0"});  // no disk scan for the typed form
+  EXPECT_EQ(ini_get("/etc/config/enclosure.map", "Index", "enc_32"), "MV-J4-0001");
+  // Again, after the unit is registered: the record is updated in place.
+  EXPECT_EQ(se_attach("usb_2-1_type_1_3", 0), 0);
+  EXPECT_EQ(ini_get(kHal, "Enclosure_32", "mv_bus_speed"), "3");
+  EXPECT_EQ(se_lookup_id("usb_2-1"), 32);
+}
+
+TEST_F(EncAttachTest, ScanAttachesWhatIsNewAndDetachesWhatIsGone) {
+  top_expander(1);
+  top_expander(2);
+  EXPECT_EQ(SE_Scan(), 0);
+  for (const char* id : {"root", "root_boot", "root_usb"}) EXPECT_GE(se_lookup_id(id), 0) << id;
+  // root_boot and root_usb are not internal: like the expanders they take ids from 32.
+  EXPECT_EQ(se_lookup_id("root_boot"), 32);
+  EXPECT_EQ(se_lookup_id(id_of(2).c_str()), 35);
+  EXPECT_EQ(se_lookup_id(id_of(1).c_str()), 34);
+  ::unlink(root.path("/sys/class/sas_expander/expander-2:1").c_str());
+  EXPECT_EQ(SE_Scan(), 0);
+  EXPECT_EQ(se_lookup_id(id_of(2).c_str()), -1);
+  EXPECT_EQ(se_lookup_id(id_of(1).c_str()), 34);
+  EXPECT_EQ(se_lookup_id("root"), 0);
+
+  EXPECT_EQ(SE_Rescan("/tmp/rescan"), 4);
+  EXPECT_EQ(ini_get("/tmp/rescan/hal.conf", "Index", ("enc_sysid_" + id_of(1)).c_str()),
+            std::to_string(se_lookup_id(id_of(1).c_str())));
+}
+
+TEST_F(EncAttachTest, ConcurrentAttachAndDetachLeaveAConsistentStore) {
+  attach_root();
+  constexpr int kProcs = 3;
+  for (int n = 1; n <= 2 * kProcs; ++n) top_expander(n);
+  std::vector<pid_t> kids;
+  for (int p = 0; p < kProcs; ++p) {
+    pid_t pid = ::fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+      set_disk_registry_link(nullptr);
+      int a = 2 * p + 1, b = 2 * p + 2;
+      bool ok = se_attach(id_of(a).c_str(), 0) == 0 && se_attach(id_of(b).c_str(), 0) == 0 &&
+                se_detach(id_of(a).c_str()) == 0;
+      ::_exit(ok ? 0 : 1);
+    }
+    kids.push_back(pid);
+  }
+  for (pid_t pid : kids) {
+    int status = 0;
+    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  }
+  std::vector<int> ids(64);
+  int n = SE_Enumerate(ids.data(), 64, nullptr, nullptr);
+  ids.resize(static_cast<size_t>(n));
+  EXPECT_EQ(n, 1 + kProcs);
+  for (int id : ids) {
+    char sys_id[32];
+    ASSERT_EQ(se_lookup_sys_id(id, sys_id, sizeof sys_id), 0) << id;
+    EXPECT_EQ(se_lookup_id(sys_id), id);
+  }
+  for (int p = 0; p < kProcs; ++p) {
+    EXPECT_EQ(se_lookup_id(id_of(2 * p + 1).c_str()), -1);
+    EXPECT_GE(se_lookup_id(id_of(2 * p + 2).c_str()), 32);
+  }
+  EXPECT_EQ(Ini_Conf_Bitmap_Get_Set_Count("/etc/config/enclosure.map", "Index", "enc_bitmap"),
+            1 + 2 * kProcs);
+  auto sections = ini::list_sections(kHal);
+  EXPECT_EQ(std::count_if(sections.begin(), sections.end(),
+                          [](const std::string& s) { return s.rfind("Enclosure_", 0) == 0; }),
+            1 + kProcs);
+  // Every detached child is gone from root's child list, every remaining one is in it.
+  for (int p = 0; p < kProcs; ++p) {
+    int kept = se_lookup_id(id_of(2 * p + 2).c_str());
+    EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHal, "Enclosure_0", "child_bitmap", kept));
+  }
+  EXPECT_EQ(Ini_Conf_Bitmap_Get_Set_Count(kHal, "Enclosure_0", "child_bitmap"), kProcs);
+}
+
+}  // namespace
+}  // namespace bayhal::test

@@ -1,6 +1,7 @@
 // SE_Enumerate: the registered enclosures, from hal.conf's in-use bitmap.
 #include <cerrno>
 #include <string>
+#include <vector>
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
@@ -8,7 +9,11 @@
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_list.h"
 #include "foundation/export.h"
+#include "foundation/sysroot.h"
+#include "ini/ini_bitmap.h"
+#include "ini/ini_file.h"
 #include "ini/ini_store.h"
+#include "ini/ini_text.h"
 
 namespace bayhal {
 
@@ -23,6 +28,53 @@ bool section_is_internal(const ini::Section& s) {
   return !px && !mv;
 }
 
+namespace {
+
+bool standard_keep(const ini::Section& s) {
+  if (!section_is_internal(s)) return false;
+  auto status = s.get_int("status");
+  return !(status && *status == SE_STATUS_REMOVING);
+}
+
+// The four keys the standard filter looks at (first occurrence of each, as a section read
+// gives them).
+struct FilterKeys {
+  bool present = false;
+  ini::Section section;
+  void take(std::string_view k, std::string_view v) {
+    present = true;
+    if ((k == "protocol" || k == "capability" || k == "model" || k == "status") &&
+        section.find(k) == nullptr)
+      section.entries.emplace_back(k, v);
+  }
+};
+
+// The standard listing runs on every page a service shows: one read of hal.conf answers the
+// in-use bitmap and the filter for every enclosure, where the general path reads the store
+// once per enclosure. Same answer, taken from one consistent snapshot.
+int enumerate_standard(int* ids, int capacity) {
+  std::string text;
+  {
+    SysPath path(kHalConf);
+    ini::FileBuffer& buffer = ini::read_buffer();
+    if (!path.ok() || buffer.load(path.c_str(), "SE_Enumerate") <= 0) return 0;
+    text.assign(buffer.view());
+  }
+  std::string_view bits_text;
+  ini::Bitmap bits;
+  if (!ini::find_value(text, kIndex, kEncBitmap, bits_text) || !bits.parse(bits_text)) return 0;
+  int stored = 0;
+  for (int id = bits.next_set(0); id >= 0 && stored < capacity; id = bits.next_set(id + 1)) {
+    FilterKeys keys;
+    ini::for_each_key(text, enc_section(id),
+                      [&keys](std::string_view k, std::string_view v) { keys.take(k, v); });
+    if (keys.present && standard_keep(keys.section)) ids[stored++] = id;
+  }
+  return stored;
+}
+
+}  // namespace
+
 }  // namespace bayhal
 
 using namespace bayhal;
@@ -34,6 +86,8 @@ BAYHAL_EXPORT int SE_Enumerate(int* enc_ids, int capacity, SE_ENUM_CALLBACK filt
     ERR_TRACE(HAL_TRACE_ERROR, "%s: bad arguments\n", __func__);
     return 0;
   }
+  if (filter == get_enclosure_list_callback && enc_ids != nullptr)
+    return enumerate_standard(enc_ids, capacity);
   return Ini_Conf_Bitmap_Enumerate(kHalConf, kIndex, kEncBitmap, enc_ids,
                                    enc_ids == nullptr ? 0 : capacity, filter, arg);
 }
@@ -45,10 +99,6 @@ BAYHAL_EXPORT int SE_Is_Internal(int enc_id) {
 }
 
 int bayhal::get_enclosure_list_callback(int enc_id, void* /*arg*/) {
-  // One section read answers both questions: this filter runs for every listed enclosure.
   auto s = ini::read_section(kHalConf, enc_section(enc_id));
-  if (!s || !section_is_internal(*s)) return -ENOENT;
-  auto status = s->get_int("status");
-  if (status && *status == SE_STATUS_REMOVING) return -ENOENT;
-  return 0;
+  return s && standard_keep(*s) ? 0 : -ENOENT;
 }

@@ -14,7 +14,9 @@ int se_write_conf(int enc_id, SE_ENC_INFO* info, const char* dir = nullptr);
 
 // Fills `info` from /etc/hal.conf; absent keys leave fields alone (except the documented
 // defaults). 0, or -1 for a null record or when "enc_id"/"enc_sys_id" are missing.
-int se_read_conf(int enc_id, SE_ENC_INFO* info);
+// `traced`: the caller has just called ERR_TRACE, so the tracer's mask is current and a
+// filtered-out trace need not be called (each call checks the control file).
+int se_read_conf(int enc_id, SE_ENC_INFO* info, bool traced = false);
 
 // "enc_sys_id" of the enclosure into `buf`. 0, or -1 when absent.
 int se_lookup_sys_id(int enc_id, char* buf, int size);

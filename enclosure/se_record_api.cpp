@@ -13,7 +13,7 @@ using namespace bayhal;
 BAYHAL_EXPORT int SE_Get_Info(int enc_id, SE_ENC_INFO* info) {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %p).\n", __func__, enc_id,
             static_cast<void*>(info));
-  return se_read_conf(enc_id, info);
+  return se_read_conf(enc_id, info, true);
 }
 
 BAYHAL_EXPORT int SE_Get_Status(int enc_id) {

@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace bayhal::ini {
@@ -56,6 +57,21 @@ bool find_value(std::string_view text, std::string_view section, std::string_vie
 // section is missing; the unnamed leading section exists when it holds a key.
 bool collect_section(std::string_view text, std::string_view section,
                      std::vector<std::pair<std::string, std::string>>& out);
+
+// Calls `fn(key, value, ctx)` for every key line of `section` in file order, duplicates
+// included, without allocating. False when the section is missing.
+bool for_each_key(std::string_view text, std::string_view section,
+                  void (*fn)(std::string_view key, std::string_view value, void* ctx), void* ctx);
+
+template <typename Fn>
+bool for_each_key(std::string_view text, std::string_view section, Fn&& fn) {
+  return for_each_key(
+      text, section,
+      [](std::string_view k, std::string_view v, void* ctx) {
+        (*static_cast<std::remove_reference_t<Fn>*>(ctx))(k, v);
+      },
+      &fn);
+}
 
 // Names of the [section] lines in file order, each once.
 std::vector<std::string> section_names(std::string_view text);

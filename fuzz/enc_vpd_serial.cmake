@@ -1,0 +1,1 @@
+bayhal_add_fuzz(fuzz_enc_vpd_serial enc_vpd_serial_fuzz.cpp)

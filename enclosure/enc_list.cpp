@@ -1,5 +1,6 @@
 // SE_Enumerate: the registered enclosures, from hal.conf's in-use bitmap.
 #include <cerrno>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,55 +12,69 @@
 #include "foundation/export.h"
 #include "foundation/sysroot.h"
 #include "ini/ini_bitmap.h"
+#include "ini/ini_conf_util.h"
 #include "ini/ini_file.h"
 #include "ini/ini_store.h"
 #include "ini/ini_text.h"
 
 namespace bayhal {
 
-bool section_is_internal(const ini::Section& s) {
-  auto protocol = s.get_int("protocol");
-  if (protocol && *protocol == SE_PROTOCOL_ISCSI) return true;
-  auto cap = s.get_int("capability", true);
-  if (!cap || (static_cast<uint32_t>(*cap) & SE_CAP_INTERNAL) == 0) return false;
-  bool px = protocol && *protocol == SE_PROTOCOL_PX;
-  const std::string* model = s.find("model");
-  bool mv = model != nullptr && model->rfind("MV-", 0) == 0;
-  return !px && !mv;
-}
-
 namespace {
 
-bool standard_keep(const ini::Section& s) {
-  if (!section_is_internal(s)) return false;
-  auto status = s.get_int("status");
-  return !(status && *status == SE_STATUS_REMOVING);
-}
-
-// The four keys the standard filter looks at (first occurrence of each, as a section read
-// gives them).
+// The keys the internal test and the standard filter look at (first occurrence of each).
 struct FilterKeys {
   bool present = false;
-  ini::Section section;
+  std::optional<std::string_view> protocol, capability, model, status;
+
   void take(std::string_view k, std::string_view v) {
     present = true;
-    if ((k == "protocol" || k == "capability" || k == "model" || k == "status") &&
-        section.find(k) == nullptr)
-      section.entries.emplace_back(k, v);
+    auto first = [v](std::optional<std::string_view>& slot) {
+      if (!slot) slot = v;
+    };
+    if (k == "protocol") first(protocol);
+    else if (k == "capability") first(capability);
+    else if (k == "model") first(model);
+    else if (k == "status") first(status);
+  }
+
+  static std::optional<long long> number(const std::optional<std::string_view>& v, bool hex) {
+    long long n = 0;
+    if (!v || !ini::parse_int(*v, hex, n)) return std::nullopt;
+    return n;
+  }
+
+  bool internal() const {
+    auto p = number(protocol, false);
+    if (p && *p == SE_PROTOCOL_ISCSI) return true;
+    auto cap = number(capability, true);
+    if (!cap || (static_cast<uint32_t>(*cap) & SE_CAP_INTERNAL) == 0) return false;
+    bool px = p && *p == SE_PROTOCOL_PX;
+    bool mv = model && model->starts_with("MV-");
+    return !px && !mv;
+  }
+
+  bool standard_keep() const {
+    if (!present || !internal()) return false;
+    auto st = number(status, false);
+    return !(st && *st == SE_STATUS_REMOVING);
   }
 };
+
+FilterKeys keys_of(const ini::Section& s) {
+  FilterKeys keys;
+  for (const auto& [k, v] : s.entries) keys.take(k, v);
+  return keys;
+}
 
 // The standard listing runs on every page a service shows: one read of hal.conf answers the
 // in-use bitmap and the filter for every enclosure, where the general path reads the store
 // once per enclosure. Same answer, taken from one consistent snapshot.
 int enumerate_standard(int* ids, int capacity) {
-  std::string text;
-  {
-    SysPath path(kHalConf);
-    ini::FileBuffer& buffer = ini::read_buffer();
-    if (!path.ok() || buffer.load(path.c_str(), "SE_Enumerate") <= 0) return 0;
-    text.assign(buffer.view());
-  }
+  SysPath path(kHalConf);
+  ini::FileBuffer& buffer = ini::read_buffer();
+  if (!path.ok() || buffer.load(path.c_str(), "SE_Enumerate") <= 0) return 0;
+  // Only pure text scans below: the thread's read buffer stays as loaded.
+  std::string_view text = buffer.view();
   std::string_view bits_text;
   ini::Bitmap bits;
   if (!ini::find_value(text, kIndex, kEncBitmap, bits_text) || !bits.parse(bits_text)) return 0;
@@ -68,7 +83,7 @@ int enumerate_standard(int* ids, int capacity) {
     FilterKeys keys;
     ini::for_each_key(text, enc_section(id),
                       [&keys](std::string_view k, std::string_view v) { keys.take(k, v); });
-    if (keys.present && standard_keep(keys.section)) ids[stored++] = id;
+    if (keys.standard_keep()) ids[stored++] = id;
   }
   return stored;
 }
@@ -95,10 +110,10 @@ BAYHAL_EXPORT int SE_Enumerate(int* enc_ids, int capacity, SE_ENUM_CALLBACK filt
 BAYHAL_EXPORT int SE_Is_Internal(int enc_id) {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   auto s = ini::read_section(kHalConf, enc_section(enc_id));
-  return s && section_is_internal(*s) ? 1 : 0;
+  return s && keys_of(*s).internal() ? 1 : 0;
 }
 
 int bayhal::get_enclosure_list_callback(int enc_id, void* /*arg*/) {
   auto s = ini::read_section(kHalConf, enc_section(enc_id));
-  return s && standard_keep(*s) ? 0 : -ENOENT;
+  return s && keys_of(*s).standard_keep() ? 0 : -ENOENT;
 }

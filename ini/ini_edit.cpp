@@ -95,7 +95,8 @@ class Editor {
       case LineKind::section:
         if (first_header_ == npos) first_header_ = begin;
         close_block();
-        inside_ = l.name == e_.section;
+        // Only a section's first block counts; removing a section removes every block.
+        inside_ = l.name == e_.section && (blocks_ == 0 || e_.remove_section);
         if (inside_) open_block(begin, end);
         break;
       case LineKind::key:

@@ -17,10 +17,11 @@ struct Edit {
 
 enum class EditResult { unchanged, changed, not_ini };
 
-// Applies `edit` to `text` into `out` in one pass over the lines plus one copy. An existing
-// key keeps its line and spelling, only the value is replaced; a new key goes after the
-// last key line of the section's first block (the unnamed section: before the first
-// header); a new section goes at the end of the file. Removing a section drops its
+// Applies `edit` to `text` into `out` in one pass over the lines plus one copy. Only the
+// first block of a section named twice is read and edited, as the scans read it. An
+// existing key keeps its line and spelling, only the value is replaced; a new key goes
+// after the last key line of that block (the unnamed section: before the first header); a
+// new section goes at the end of the file. Removing a section drops its
 // header, its keys and the blank lines after them, but keeps comments that lead into the
 // next section. The text is checked on the way: `not_ini` (with the 1-based `bad_line`)
 // when a line is neither blank, comment, [section] nor key = value.

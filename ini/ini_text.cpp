@@ -123,7 +123,8 @@ const char* next_header_line(const char* begin, const char* p, const char* end) 
 }
 
 // Calls on_key(key, value) for the key lines of `section` in file order until it returns
-// false. Sets `found` when the section exists (a header, or a key for the unnamed one).
+// false. Only the first block of a section counts, so the scan ends with it. Sets `found`
+// when the section exists (a header, or a key for the unnamed one).
 template <typename OnKey>
 void scan_section(std::string_view text, std::string_view section, bool& found, OnKey&& on_key) {
   const char* begin = text.data();
@@ -134,28 +135,48 @@ void scan_section(std::string_view text, std::string_view section, bool& found, 
   while (p < end) {
     if (!inside) p = next_header_line(begin, p, end);
     if (p >= end) return;
-    const char* nl = static_cast<const char*>(std::memchr(p, '\n', static_cast<size_t>(end - p)));
-    const char* le = nl != nullptr ? nl : end;
     const char* s = p;
-    while (s < le && is_blank(*s)) ++s;
-    p = le + 1;
-    if (s == le || *s == '#' || *s == ';') continue;
-    std::string_view t(s, static_cast<size_t>(le - s));
-    if (*s == '[') {
-      std::string_view name;
-      if (header_name(trim(t), name)) {
-        inside = name == section;
-        found = found || inside;
-      }
+    while (s < end && is_blank(*s)) ++s;
+    if (s == end) return;
+    char c = *s;
+    if (c == '\n') {
+      p = s + 1;
       continue;
     }
-    if (!inside) continue;
-    size_t eq = t.find('=');
-    if (eq == std::string_view::npos || eq == 0) continue;
-    std::string_view key = trim(t.substr(0, eq));
-    if (key.empty()) continue;
+    if (c == '#' || c == ';' || c == '[') {
+      const char* nl = static_cast<const char*>(std::memchr(s, '\n', static_cast<size_t>(end - s)));
+      const char* le = nl != nullptr ? nl : end;
+      p = le + 1;
+      std::string_view name;
+      if (c != '[' || !header_name(trim(std::string_view(s, static_cast<size_t>(le - s))), name))
+        continue;
+      if (inside) return;  // the section's first block ends here
+      inside = name == section;
+      found = inside;
+      continue;
+    }
+    // A key line: its '=' is a few bytes in, then one jump to the line end.
+    const char* q = s;
+    while (q < end && *q != '=' && *q != '\n') ++q;
+    if (q == end) return;
+    if (*q == '\n' || q == s) {
+      const char* nl = *q == '\n' ? q : static_cast<const char*>(std::memchr(q, '\n', static_cast<size_t>(end - q)));
+      p = (nl != nullptr ? nl : end) + 1;
+      continue;
+    }
+    const char* ke = q;
+    while (ke > s && is_blank(ke[-1])) --ke;
+    const char* v = q + 1;
+    const char* nl = static_cast<const char*>(std::memchr(v, '\n', static_cast<size_t>(end - v)));
+    const char* le = nl != nullptr ? nl : end;
+    p = le + 1;
+    while (v < le && is_blank(*v)) ++v;
+    const char* ve = le;
+    while (ve > v && is_blank(ve[-1])) --ve;
     found = true;
-    if (!on_key(key, trim(t.substr(eq + 1)))) return;
+    if (!on_key(std::string_view(s, static_cast<size_t>(ke - s)),
+                std::string_view(v, static_cast<size_t>(ve - v))))
+      return;
   }
 }
 
@@ -173,25 +194,48 @@ bool find_value(std::string_view text, std::string_view section, std::string_vie
   return hit;
 }
 
+namespace {
+
+// A cheap hash of a short key: its length and its first and last eight bytes.
+uint64_t key_hash(std::string_view k) {
+  uint64_t head = 0, tail = 0;
+  size_t n = k.size() < 8 ? k.size() : 8;
+  std::memcpy(&head, k.data(), n);
+  std::memcpy(&tail, k.data() + k.size() - n, n);
+  uint64_t h = (head * 0x9E3779B97F4A7C15ull) ^ (tail + k.size()) * 0xC2B2AE3D27D4EB4Full;
+  return h >> 40;
+}
+
+}  // namespace
+
 bool collect_section(std::string_view text, std::string_view section,
                      std::vector<std::pair<std::string, std::string>>& out) {
-  bool found = false;
-  out.reserve(15);  // under malloc's large-request size, which would consolidate the heap
+  // Gather views first, so the entries are allocated once at their final count.
+  thread_local std::vector<std::pair<std::string_view, std::string_view>> views;
+  views.clear();
   // A 256-bit filter of the keys seen so far spares nearly all duplicate checks.
   uint64_t seen[4] = {};
+  bool found = false;
   scan_section(text, section, found, [&](std::string_view k, std::string_view v) {
-    uint32_t h = 2166136261u;  // FNV-1a
-    for (char ch : k) h = (h ^ static_cast<unsigned char>(ch)) * 16777619u;
-    h ^= h >> 16;
+    uint64_t h = key_hash(k);
     uint64_t& word = seen[(h >> 6) & 3];
     uint64_t bit = uint64_t{1} << (h & 63);
     if ((word & bit) != 0)
-      for (const auto& e : out)
+      for (const auto& e : views)
         if (e.first == k) return true;
     word |= bit;
-    out.emplace_back(k, v);
+    views.emplace_back(k, v);
     return true;
   });
+  // The values are built before the entry array: with glibc, a large request made while
+  // freed small chunks wait in the fast bins first consolidates them all, and a reader
+  // that drops the previous section just before reading the next would pay that each time.
+  thread_local std::vector<std::string> values;
+  if (values.size() < views.size()) values.resize(views.size());
+  for (size_t i = 0; i < views.size(); ++i) values[i].assign(views[i].second);
+  out.reserve(out.size() + views.size());
+  for (size_t i = 0; i < views.size(); ++i)
+    out.emplace_back(std::string(views[i].first), std::move(values[i]));
   return found;
 }
 

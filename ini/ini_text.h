@@ -48,13 +48,14 @@ void for_each_line(std::string_view text, Fn&& fn) {
   }
 }
 
-// The value of `key` in `section` ("" is the unnamed leading section). Sections named
-// more than once read as one; the first occurrence of a key wins. False when missing.
+// The value of `key` in `section` ("" is the unnamed leading section). Only the first
+// block of a section named twice counts (the scan stops at its end); the first occurrence
+// of a key wins. False when missing.
 bool find_value(std::string_view text, std::string_view section, std::string_view key,
                 std::string_view& value);
 
-// Every key of `section` in file order (first occurrence of each key). False when the
-// section is missing; the unnamed leading section exists when it holds a key.
+// Every key of `section`'s first block in file order (first occurrence of each key).
+// False when the section is missing; the unnamed leading section exists when it holds a key.
 bool collect_section(std::string_view text, std::string_view section,
                      std::vector<std::pair<std::string, std::string>>& out);
 

@@ -252,13 +252,18 @@ TEST_F(IniField, RemoveSection) {
   EXPECT_LT(Ini_Conf_Remove_Section(kFile, nullptr), 0);
 }
 
-TEST_F(IniField, RepeatedSectionReadsAsOne) {
+TEST_F(IniField, OnlyTheFirstBlockOfARepeatedSectionCounts) {
   root.write(kFile, "[a]\nk = 1\n[b]\nx = 0\n[a]\nk = 2\nj = 3\n");
+  int rc = 0;
   EXPECT_EQ(get("a", "k"), "1");
-  EXPECT_EQ(get("a", "j"), "3");
+  EXPECT_EQ(get("a", "j", &rc), "untouched");
+  EXPECT_EQ(rc, 0);
   EXPECT_GT(Ini_Conf_Set_Field(kFile, "a", "j", "4"), 0);
-  EXPECT_GT(Ini_Conf_Set_Field(kFile, "a", "n", "5"), 0);
-  EXPECT_EQ(root.read(kFile), "[a]\nk = 1\nn = 5\n[b]\nx = 0\n[a]\nk = 2\nj = 4\n");
+  EXPECT_EQ(get("a", "j"), "4");
+  EXPECT_GE(Ini_Conf_Remove_Field(kFile, "a", "k"), 0);
+  EXPECT_EQ(root.read(kFile), "[a]\nj = 4\n[b]\nx = 0\n[a]\nk = 2\nj = 3\n");
+  EXPECT_GE(Ini_Conf_Remove_Section(kFile, "a"), 0);
+  EXPECT_EQ(root.read(kFile), "[b]\nx = 0\n");
 }
 
 TEST_F(IniField, PersistentAndSymlinkedStores) {

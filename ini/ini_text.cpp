@@ -76,6 +76,7 @@ LineKind next_line(const char* p, const char* end, const char*& body_end) {
 }
 
 size_t nul_line(std::string_view text) {
+  if (text.empty()) return 0;  // an empty view may have no data pointer at all
   const void* z = std::memchr(text.data(), '\0', text.size());
   if (z == nullptr) return 0;
   std::string_view before = text.substr(0, static_cast<size_t>(static_cast<const char*>(z) - text.data()));

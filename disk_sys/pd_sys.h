@@ -2,6 +2,10 @@
 // registry reaches these through disk/disk_backend.h. Results: 0 or a count on success, -1
 // on failure, -2 for a device that is not a disk to register.
 #pragma once
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "bayhal/PD.h"
 
 namespace bayhal {
@@ -10,6 +14,15 @@ namespace bayhal {
 // present in the enclosure and returns how many were found (more than `max` when they did
 // not fit); negative when the enclosure kind is not supported.
 int pd_sys_enumerate(const char* enc_sys_id, char** list, int max);
+
+// The disks of an enclosure with the port id of the slot each sits in, as pd_sys_enumerate
+// finds them but without tagging them for the device manager; nullopt when the enclosure
+// kind is not supported.
+struct PdSysDisk {
+  std::string pd_sys_id;
+  int port_id = -1;
+};
+std::optional<std::vector<PdSysDisk>> pd_sys_scan(const char* enc_sys_id);
 
 // Clears `info`, sets att_phy_id to -1 and fills it for disk `pd_sys_id` of the enclosure.
 int pd_sys_getinfo(const char* enc_sys_id, const char* pd_sys_id, PD_INFO* info);

@@ -43,24 +43,33 @@ void tag_for_udev(const char* enc_sys_id, const std::vector<std::string>& names)
 
 }  // namespace
 
+std::optional<std::vector<PdSysDisk>> pd_sys_scan(const char* enc_sys_id) {
+  if (enc_sys_id == nullptr) return std::nullopt;
+  auto hits = disks_of(enc_sys_id);
+  if (!hits) return std::nullopt;
+  // One disk reached through two slots (two paths of a multipath NVMe disk) is listed once.
+  std::vector<PdSysDisk> out;
+  for (const auto& h : *hits) {
+    bool seen = h.disk.name.empty();
+    for (const auto& d : out) seen = seen || d.pd_sys_id == h.disk.name;
+    if (!seen) out.push_back({h.disk.name, h.port_id});
+  }
+  return out;
+}
+
 int pd_sys_enumerate(const char* enc_sys_id, char** list, int max) {
   if (enc_sys_id == nullptr || (list == nullptr && max > 0) || max < 0) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): bad argument\n", __func__, __LINE__);
     return -1;
   }
-  auto hits = disks_of(enc_sys_id);
-  if (!hits) {
+  auto disks = pd_sys_scan(enc_sys_id);
+  if (!disks) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): enc_sys_id = %s not supported.\n", __func__, __LINE__,
               enc_sys_id);
     return -1;
   }
-  // One disk reached through two slots (two paths of a multipath NVMe disk) is listed once.
   std::vector<std::string> names;
-  for (const auto& h : *hits) {
-    bool seen = false;
-    for (const auto& n : names) seen = seen || n == h.disk.name;
-    if (!seen && !h.disk.name.empty()) names.push_back(h.disk.name);
-  }
+  for (const auto& d : *disks) names.push_back(d.pd_sys_id);
   int count = static_cast<int>(names.size());
   for (int i = 0; i < count && i < max; ++i) list[i] = ::strdup(names[i].c_str());
   if (count > max) {

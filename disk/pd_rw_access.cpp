@@ -37,7 +37,9 @@ bool skips_check(std::string_view enc, std::string_view pd) {
   for (std::string_view p : {"virtual", "kxa4", "virtio", "vbd-"})
     if (starts_with(pd, p)) return true;
   if (pd.find(':') != std::string_view::npos) return true;
-  return enc == "root" && starts_with(pd, "nvme");
+  // NVMe disks of the appliance itself, system and cache slots alike: NVMe has no SCSI
+  // midlayer and so no request counters to read.
+  return (enc == "root" || enc == "root_cache") && starts_with(pd, "nvme");
 }
 
 // The kernel writes these counters as "0x%x".

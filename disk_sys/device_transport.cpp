@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cerrno>
 
+#include "disk_sys/socket_transport.h"
 #include "foundation/sysroot.h"
 #include "foundation/unique_fd.h"
 
@@ -105,7 +106,13 @@ uint8_t DeviceCommand::sense_key() const { return parse_sense(sense, sense_len).
 uint8_t DeviceCommand::asc() const { return parse_sense(sense, sense_len).asc; }
 uint8_t DeviceCommand::ascq() const { return parse_sense(sense, sense_len).ascq; }
 
-DeviceTransport& device_transport() { return *g_transport.load(std::memory_order_acquire); }
+DeviceTransport& device_transport() {
+  DeviceTransport* t = g_transport.load(std::memory_order_acquire);
+  // Under a system root that halsim serves, the simulator answers instead of the ioctls.
+  if (t == &g_real)
+    if (DeviceTransport* sim = halsim_transport()) return *sim;
+  return *t;
+}
 
 void set_device_transport(DeviceTransport* t) {
   g_transport.store(t ? t : &g_real, std::memory_order_release);

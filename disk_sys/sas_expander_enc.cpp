@@ -38,8 +38,9 @@ void walk(const std::string& dir, int depth, std::vector<SlotHit>& out) {
 
 std::vector<SlotHit> sas_expander_disks(std::string_view enc_sys_id) {
   std::vector<SlotHit> out;
-  if (!comm_sys_check_is_sas_expander(enc_sys_id)) return out;
-  std::string dir = sysfs_resolve("/sys/class/sas_expander/" + std::string(enc_sys_id) + "/device");
+  std::string name = comm_sys_sas_expander_name(enc_sys_id);
+  if (name.empty()) return out;
+  std::string dir = sysfs_resolve("/sys/class/sas_expander/" + name + "/device");
   if (!dir.empty()) walk(dir, 0, out);
   return out;
 }

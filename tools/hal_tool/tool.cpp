@@ -1,6 +1,9 @@
 #include "tools/hal_tool/tool.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <iostream>
 
@@ -65,6 +68,51 @@ void emit(const Context& ctx, const nlohmann::json& j, const std::string& text) 
 void fail(Context& ctx, const std::string& message) {
   std::cerr << "hal_tool: " << message << '\n';
   ctx.exit_code = kFailed;
+}
+
+void usage(Context& ctx, const std::string& message) {
+  std::cerr << "hal_tool: " << message << '\n';
+  ctx.exit_code = kUsage;
+}
+
+std::optional<long long> parse_number(std::string_view text, long long lo, long long hi) {
+  long long v = 0;
+  const char* b = text.data();
+  const char* e = b + text.size();
+  std::from_chars_result r{};
+  if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
+    unsigned long long u = 0;
+    r = std::from_chars(b + 2, e, u, 16);
+    if (r.ec != std::errc() || r.ptr != e || b + 2 == e || u > static_cast<unsigned long long>(INT64_MAX))
+      return std::nullopt;
+    v = static_cast<long long>(u);
+  } else {
+    r = std::from_chars(b, e, v, 10);
+    if (text.empty() || r.ec != std::errc() || r.ptr != e) return std::nullopt;
+  }
+  if (v < lo || v > hi) return std::nullopt;
+  return v;
+}
+
+bool number_arg(Context& ctx, std::string_view what, const std::string& text, long long lo,
+                long long hi, long long& out) {
+  auto v = parse_number(text, lo, hi);
+  if (!v) {
+    usage(ctx, "bad " + std::string(what) + " '" + text + "': expected a number from " +
+                   std::to_string(lo) + " to " + std::to_string(hi));
+    return false;
+  }
+  out = *v;
+  return true;
+}
+
+bool on_off_arg(Context& ctx, std::string_view what, const std::string& text, bool& on) {
+  if (text == "on" || text == "off") {
+    on = text == "on";
+    return true;
+  }
+  usage(ctx, "bad " + std::string(what) + " '" + text + "': expected on or off");
+  return false;
 }
 
 void register_all(CLI::App& app, Context& ctx) {

@@ -3,7 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace hal_tool {
@@ -30,6 +32,18 @@ void emit(const Context& ctx, const nlohmann::json& j, const Table& table);
 void emit(const Context& ctx, const nlohmann::json& j, const std::string& text);
 // Reports a failed operation on stderr and sets exit code 1.
 void fail(Context& ctx, const std::string& message);
+// Reports bad usage (one line on stderr) and sets exit code 2.
+void usage(Context& ctx, const std::string& message);
+
+// A whole decimal or 0x-hexadecimal number (optional minus sign for decimal) within
+// [lo, hi]; nullopt for anything else, including text after the digits.
+std::optional<long long> parse_number(std::string_view text, long long lo, long long hi);
+// parse_number for an argument: on failure reports "bad <what> '<text>': expected a number
+// from <lo> to <hi>" as bad usage and returns false.
+bool number_arg(Context& ctx, std::string_view what, const std::string& text, long long lo,
+                long long hi, long long& out);
+// "on"/"off" for an argument; other text is bad usage.
+bool on_off_arg(Context& ctx, std::string_view what, const std::string& text, bool& on);
 
 // The area subcommand `name` ("disk", "enc", ...), created on first use so that several
 // command files can add verbs under one area.

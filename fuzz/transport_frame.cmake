@@ -1,0 +1,1 @@
+bayhal_add_fuzz(fuzz_transport_frame transport_frame_fuzz.cpp)

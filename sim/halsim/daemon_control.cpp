@@ -1,0 +1,95 @@
+// halsim's control messages: "status", "insert SLOT [DISK]", "insert UNIT", "remove SLOT",
+// "remove UNIT", "stop". Replies are JSON objects (docs/halsim.md).
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "sim/halsim/daemon.h"
+
+namespace bayhal::sim::halsim {
+namespace {
+
+using nlohmann::json;
+
+std::vector<std::string> words(const std::string& text) {
+  std::istringstream in(text);
+  std::vector<std::string> out;
+  for (std::string w; in >> w;) out.push_back(w);
+  return out;
+}
+
+json disk_json(const PluggedDisk& pd) {
+  return {{"slot", pd.slot}, {"disk", pd.disk}, {"enc_sys_id", pd.enc_sys_id},
+          {"pd_sys_id", pd.pd_sys_id}, {"sg", pd.sg}};
+}
+
+json status_json(const Machine& m) {
+  json slots = json::array();
+  for (const Slot& s : m.scenario().slots) {
+    json j{{"slot", s.id()}, {"enc_sys_id", m.enc_sys_id(s)}};
+    auto c = m.contents().find(s.id());
+    j["disk"] = c == m.contents().end() ? json() : json(c->second);
+    auto v = m.visible().find(s.id());
+    j["pd_sys_id"] = v == m.visible().end() ? json() : json(v->second.pd_sys_id);
+    slots.push_back(j);
+  }
+  json units = json::array();
+  for (const Unit& u : m.scenario().units)
+    units.push_back({{"unit", u.name}, {"cabled", m.cabled(u.name)},
+                     {"enc_sys_id", m.enc_sys_id({u.name, 1, {}, 0, {}, false})}});
+  return {{"appliance", m.scenario().name}, {"pid", ::getpid()}, {"slots", slots}, {"units", units}};
+}
+
+// A slot id as the user writes it: "3" is "root/3".
+std::string slot_id(const std::string& word) {
+  return word.find('/') == std::string::npos ? "root/" + word : word;
+}
+
+json hotplug(Machine& m, const std::vector<std::string>& w, bool insert, bool& ok) {
+  std::string error;
+  if (m.scenario().unit(w[1]) != nullptr) {
+    if (w.size() > 2) return ok = false, json{{"error", "a unit is plugged as a whole"}};
+    std::string id = insert ? m.plug_unit(w[1], error) : m.unplug_unit(w[1], error);
+    if (id.empty()) return ok = false, json{{"error", error}};
+    return {{"unit", w[1]}, {"enc_sys_id", id}, {"visible", true}};
+  }
+  std::string slot = slot_id(w[1]);
+  auto pd = insert ? m.insert(slot, w.size() > 2 ? w[2] : "", error) : m.remove(slot, error);
+  if (!error.empty()) return ok = false, json{{"error", error}};
+  if (!pd) return {{"slot", slot}, {"visible", false}};  // the unit is not cabled
+  json j = disk_json(*pd);
+  j["visible"] = true;
+  return j;
+}
+
+}  // namespace
+
+std::string Daemon::control(const std::string& text, bool& ok, bool& stop) {
+  std::vector<std::string> w = words(text);
+  std::lock_guard lock(mu_);
+  json reply;
+  try {
+    if (w.size() == 1 && w[0] == "status") {
+      reply = status_json(machine_);
+    } else if (w.size() == 1 && w[0] == "stop") {
+      stop = true;
+      reply = json::object();
+    } else if (w.size() >= 2 && w.size() <= 3 && (w[0] == "insert" || w[0] == "remove")) {
+      if (w[0] == "remove" && w.size() != 2) {
+        ok = false;
+        reply = {{"error", "remove takes one slot or unit"}};
+      } else {
+        reply = hotplug(machine_, w, w[0] == "insert", ok);
+      }
+    } else {
+      ok = false;
+      reply = {{"error", "unknown request '" + text + "'"}};
+    }
+  } catch (const std::exception& e) {
+    ok = false;
+    reply = {{"error", e.what()}};
+  }
+  return reply.dump();
+}
+
+}  // namespace bayhal::sim::halsim

@@ -1,0 +1,304 @@
+// Scenario text to Scenario: one pass over the lines, each section handed to the reader of
+// its kind, then the cross-checks of scenario_check.cpp.
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "ini/ini_text.h"
+#include "sim/halsim/scenario.h"
+#include "sim/halsim/scenario_util.h"
+
+namespace bayhal::sim::halsim {
+namespace {
+
+using Keys = std::vector<std::pair<std::string, std::string>>;
+
+struct RawSection {
+  std::string name;
+  size_t line = 0;
+  Keys keys;
+};
+
+// Walks the section's keys, handing each to `on_key`; unknown keys are an error.
+class KeyReader {
+ public:
+  KeyReader(const RawSection& s, std::string& error) : s_(s), error_(error) {}
+
+  bool each(const std::function<bool(const std::string&, const std::string&)>& on_key) {
+    for (const auto& [k, v] : s_.keys) {
+      if (!on_key(k, v)) {
+        if (error_.empty()) fail("unknown key '" + k + "'");
+        return false;
+      }
+      if (!error_.empty()) return false;
+    }
+    return true;
+  }
+  void fail(const std::string& what) {
+    if (error_.empty()) error_ = "line " + std::to_string(s_.line) + ": [" + s_.name + "]: " + what;
+  }
+  void integer(const std::string& k, const std::string& v, int& out, long long lo, long long hi) {
+    long long n = 0;
+    if (!parse_number(v, n) || n < lo || n > hi)
+      fail(k + " '" + v + "' is not a number from " + std::to_string(lo) + " to " +
+           std::to_string(hi));
+    else
+      out = static_cast<int>(n);
+  }
+  void boolean(const std::string& k, const std::string& v, bool& out) {
+    if (!parse_bool(v, out)) fail(k + " '" + v + "' is not yes or no");
+  }
+
+ private:
+  const RawSection& s_;
+  std::string& error_;
+};
+
+bool read_appliance(const RawSection& s, Scenario& sc, std::string& error) {
+  KeyReader r(s, error);
+  return r.each([&](const std::string& k, const std::string& v) {
+    if (k == "name") sc.name = v;
+    else if (k == "vendor") sc.vendor = v;
+    else if (k == "display_name") sc.display_name = v;
+    else if (k == "serial") sc.serial = v;
+    else if (k == "hostname") sc.hostname = v;
+    else if (k == "board_id") r.integer(k, v, sc.board_id, 0, 31);
+    else if (k == "host_bridge") {
+      if (!parse_pci_id(v, sc.host_bridge_vendor, sc.host_bridge_device))
+        r.fail("host_bridge '" + v + "' is not vvvv:dddd");
+    } else if (k == "cap_extra") {
+      unsigned long long n = 0;
+      if (!parse_u64(v, n) || n > 0xffffffffull) r.fail("cap_extra '" + v + "' is not a 32-bit mask");
+      sc.cap_extra = static_cast<unsigned>(n);
+    } else return false;
+    return true;
+  });
+}
+
+bool read_controller(const RawSection& s, std::string name, Scenario& sc, std::string& error) {
+  KeyReader r(s, error);
+  Controller c;
+  c.name = std::move(name);
+  bool typed = false;
+  bool ok = r.each([&](const std::string& k, const std::string& v) {
+    if (k == "type") {
+      typed = true;
+      if (v == "ahci") c.kind = ControllerKind::ahci;
+      else if (v == "nvme") c.kind = ControllerKind::nvme;
+      else if (v == "xhci") c.kind = ControllerKind::xhci;
+      else if (v == "sas") c.kind = ControllerKind::sas;
+      else r.fail("type '" + v + "' is not ahci, nvme, xhci or sas");
+    } else if (k == "pci") {
+      if (!valid_pci_address(v)) r.fail("pci '" + v + "' is not a dddd:bb:dd.f address");
+      c.pci = v;
+    } else if (k == "bridge") {
+      if (!valid_pci_address(v)) r.fail("bridge '" + v + "' is not a dddd:bb:dd.f address");
+      c.bridge = v;
+    } else if (k == "pci_id") {
+      if (!parse_pci_id(v, c.vendor, c.device)) r.fail("pci_id '" + v + "' is not vvvv:dddd");
+    } else if (k == "ports") r.integer(k, v, c.ports, 1, 64);
+    else if (k == "host") r.integer(k, v, c.host, 0, 1000);
+    else if (k == "index") r.integer(k, v, c.index, 0, 255);
+    else if (k == "usb2_bus") r.integer(k, v, c.usb2_bus, 1, 127);
+    else if (k == "usb3_bus") r.integer(k, v, c.usb3_bus, 1, 127);
+    else if (k == "pcie_slot") r.integer(k, v, c.pcie_slot, 0, 16);
+    else if (k == "sas_address") {
+      unsigned long long a = 0;
+      if (!parse_u64(v, a) || a == 0) r.fail("sas_address '" + v + "' is not a 64-bit address");
+      c.sas_address = v;
+    } else return false;
+    return true;
+  });
+  if (!ok) return false;
+  if (!typed) return r.fail("type is missing"), false;
+  if (c.pci.empty()) return r.fail("pci is missing"), false;
+  sc.controllers.push_back(std::move(c));
+  return true;
+}
+
+bool read_unit(const RawSection& s, std::string name, Scenario& sc, std::string& error) {
+  KeyReader r(s, error);
+  Unit u;
+  u.name = std::move(name);
+  bool ok = r.each([&](const std::string& k, const std::string& v) {
+    if (k == "controller") u.controller = v;
+    else if (k == "host_phys") {
+      if (!parse_int_list(v, u.host_phys) || u.host_phys.empty())
+        r.fail("host_phys '" + v + "' is not a list such as 4-7 or 0,1");
+    } else if (k == "bays") r.integer(k, v, u.bays, 1, 100);
+    else if (k == "sas_address") {
+      unsigned long long a = 0;
+      if (!parse_u64(v, a) || a == 0) r.fail("sas_address '" + v + "' is not a 64-bit address");
+      u.sas_address = v;
+    } else if (k == "vendor") u.vendor = v;
+    else if (k == "model") u.model = v;
+    else if (k == "revision") u.revision = v;
+    else if (k == "serial") u.serial = v;
+    else if (k == "cabled") r.boolean(k, v, u.cabled);
+    else return false;
+    return true;
+  });
+  if (!ok) return false;
+  if (u.controller.empty() || u.host_phys.empty() || u.bays == 0 || u.sas_address.empty())
+    return r.fail("controller, host_phys, bays and sas_address are required"), false;
+  sc.units.push_back(std::move(u));
+  return true;
+}
+
+// "[slot root/1]" or a range "[slot root/1-8]" whose ports count up from `port`.
+bool read_slot(const RawSection& s, const std::string& spec, Scenario& sc, std::string& error) {
+  KeyReader r(s, error);
+  std::string enclosure;
+  int first = 0, last = 0;
+  if (!split_slot_range(spec, enclosure, first, last))
+    return r.fail("'" + spec + "' is not ENCLOSURE/N or ENCLOSURE/N-M"), false;
+  Slot base;
+  base.enclosure = enclosure;
+  bool port_given = false;
+  bool ok = r.each([&](const std::string& k, const std::string& v) {
+    if (k == "controller") base.controller = v;
+    else if (k == "port") {
+      r.integer(k, v, base.port, 0, 255);
+      port_given = true;
+    } else if (k == "label") base.label = v;
+    else if (k == "front") r.boolean(k, v, base.front);
+    else return false;
+    return true;
+  });
+  if (!ok) return false;
+  for (int n = first; n <= last; ++n) {
+    Slot slot = base;
+    slot.number = n;
+    slot.port = port_given ? base.port + (n - first) : -1;
+    if (first != last && !base.label.empty()) slot.label = base.label + " " + std::to_string(n);
+    sc.slots.push_back(std::move(slot));
+  }
+  return true;
+}
+
+bool read_disk(const RawSection& s, std::string name, Scenario& sc, std::string& error) {
+  KeyReader r(s, error);
+  Disk d;
+  d.name = std::move(name);
+  bool typed = false;
+  bool ok = r.each([&](const std::string& k, const std::string& v) {
+    if (k == "slot") {
+      std::string enc;
+      int n = 0;
+      if (!split_slot_id(v, enc, n)) r.fail("slot '" + v + "' is not ENCLOSURE/N");
+      d.slot = enc + "/" + std::to_string(n);
+    } else if (k == "type") {
+      typed = true;
+      if (v == "sata") d.kind = DiskKind::sata;
+      else if (v == "sas") d.kind = DiskKind::sas;
+      else if (v == "nvme") d.kind = DiskKind::nvme;
+      else if (v == "usb") d.kind = DiskKind::usb;
+      else r.fail("type '" + v + "' is not sata, sas, nvme or usb");
+    } else if (k == "vendor") d.vendor = v;
+    else if (k == "model") d.model = v;
+    else if (k == "serial") d.serial = v;
+    else if (k == "firmware") d.firmware = v;
+    else if (k == "wwn") {
+      unsigned long long w = 0;
+      if (!parse_u64(v, w)) r.fail("wwn '" + v + "' is not a 64-bit number");
+      d.wwn = w;
+    } else if (k == "size") {
+      if (!parse_size(v, d.sectors)) r.fail("size '" + v + "' is not a size such as 4T or 960G");
+    } else if (k == "rotation") r.integer(k, v, d.rotation, 0, 20000);
+    else if (k == "form") r.integer(k, v, d.form, 0, 15);
+    else return false;
+    return true;
+  });
+  if (!ok) return false;
+  if (!typed) return r.fail("type is missing"), false;
+  if (d.model.empty() || d.serial.empty() || d.sectors == 0)
+    return r.fail("model, serial and size are required"), false;
+  sc.disks.push_back(std::move(d));
+  return true;
+}
+
+bool read_section(const RawSection& s, Scenario& sc, std::string& error) {
+  const std::string& n = s.name;
+  auto after = [&](std::string_view prefix) { return trim_copy(n.substr(prefix.size())); };
+  if (n == "appliance") return read_appliance(s, sc, error);
+  if (n.starts_with("controller ")) return read_controller(s, after("controller "), sc, error);
+  if (n.starts_with("unit ")) return read_unit(s, after("unit "), sc, error);
+  if (n.starts_with("slot ")) return read_slot(s, after("slot "), sc, error);
+  if (n.starts_with("disk ")) return read_disk(s, after("disk "), sc, error);
+  if (n.starts_with("model ")) {
+    sc.model_extra.push_back({after("model "), s.keys});
+    return true;
+  }
+  error = "line " + std::to_string(s.line) + ": unknown section [" + n + "]";
+  return false;
+}
+
+}  // namespace
+
+bool check_scenario(Scenario& sc, std::string& error);  // scenario_check.cpp
+
+std::optional<Scenario> parse_scenario(std::string_view text, std::string& error) {
+  error.clear();
+  std::vector<RawSection> sections;
+  std::set<std::string> names;
+  size_t line_no = 0;
+  ini::for_each_line(text, [&](std::string_view, const ini::Line& l) {
+    ++line_no;
+    switch (l.kind) {
+      case ini::LineKind::blank:
+      case ini::LineKind::comment:
+        return true;
+      case ini::LineKind::bad:
+        error = "line " + std::to_string(line_no) + ": neither [section] nor key = value";
+        return false;
+      case ini::LineKind::section:
+        if (!names.insert(std::string(l.name)).second) {
+          error = "line " + std::to_string(line_no) + ": section [" + std::string(l.name) +
+                  "] appears twice";
+          return false;
+        }
+        sections.push_back({std::string(l.name), line_no, {}});
+        return true;
+      case ini::LineKind::key:
+        if (sections.empty()) {
+          error = "line " + std::to_string(line_no) + ": key outside any section";
+          return false;
+        }
+        for (const auto& kv : sections.back().keys)
+          if (kv.first == l.name) {
+            error = "line " + std::to_string(line_no) + ": key '" + std::string(l.name) +
+                    "' appears twice";
+            return false;
+          }
+        sections.back().keys.emplace_back(std::string(l.name), std::string(l.value));
+        return true;
+    }
+    return true;
+  });
+  if (!error.empty()) return std::nullopt;
+  Scenario sc;
+  for (const RawSection& s : sections)
+    if (!read_section(s, sc, error)) return std::nullopt;
+  if (!check_scenario(sc, error)) return std::nullopt;
+  return sc;
+}
+
+std::optional<Scenario> load_scenario(const std::string& path, std::string& error) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) {
+    error = path + ": " + std::strerror(errno);
+    return std::nullopt;
+  }
+  std::ostringstream text;
+  text << in.rdbuf();
+  auto sc = parse_scenario(text.str(), error);
+  if (!sc) error = path + ": " + error;
+  return sc;
+}
+
+}  // namespace bayhal::sim::halsim

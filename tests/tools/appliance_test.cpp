@@ -1,0 +1,223 @@
+// The demo scenario end to end, every part its own process over the real socket: halsim
+// serves the sample appliance, hal_tool boots it and answers queries, halsim pulls and pushes
+// disks and the expansion unit and calls the hot-plug entry points.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "tests/tools/appliance.h"
+
+namespace bayhal::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kUnit[] = "5000ccab0200e07f";
+
+std::string serial_at(const std::vector<std::pair<std::pair<int, int>, std::string>>& map, int enc, int port) {
+  for (const auto& [where, serial] : map)
+    if (where == std::make_pair(enc, port)) return serial;
+  return {};
+}
+
+size_t disks_in(const std::vector<std::pair<std::pair<int, int>, std::string>>& map, int enc) {
+  return static_cast<size_t>(std::count_if(map.begin(), map.end(), [&](const auto& e) { return e.first.first == enc; }));
+}
+
+// Golden outputs live in tests/tools/golden; BAYHAL_UPDATE_GOLDEN=1 rewrites them.
+void expect_golden(const std::string& name, const std::string& text) {
+  std::string path = std::string(BAYHAL_SOURCE_DIR) + "/tests/tools/golden/" + name;
+  if (const char* u = std::getenv("BAYHAL_UPDATE_GOLDEN"); u != nullptr && std::string(u) == "1") {
+    std::ofstream(path) << text;
+    return;
+  }
+  std::ifstream in(path);
+  ASSERT_TRUE(in) << path << " is missing (BAYHAL_UPDATE_GOLDEN=1 writes it)";
+  std::stringstream want;
+  want << in.rdbuf();
+  EXPECT_EQ(text, want.str()) << "differs from " << path;
+}
+
+class Appliance : public ApplianceTest {
+ protected:
+  void boot() {
+    ProcessResult r = hal_tool({"--json", "boot"});
+    ASSERT_EQ(r.exit_code, 0) << r.err << r.out;
+    boot_json = nlohmann::json::parse(r.out);
+  }
+  nlohmann::json boot_json;
+};
+
+TEST_F(Appliance, BootRegistersEveryEnclosureAndDiskAndQueriesMatchTheGoldenOutputs) {
+  start();
+  boot();
+  // Model set-up picked this board's description by its host bridge and took suspend to RAM
+  // off because of the SAS HBA.
+  EXPECT_EQ(boot_json["model_setup"]["chosen"], "/etc/model_1.conf");
+  bool suspend_fixed = false;
+  for (const auto& f : boot_json["model_setup"]["fixups"])
+    if (f["name"] == "suspend to RAM") suspend_fixed = f["changed"].get<bool>();
+  EXPECT_TRUE(suspend_fixed) << boot_json.dump(2);
+  EXPECT_EQ(fs::read_symlink(root.path("/etc/model.conf")).string(), root.path("/etc/model_1.conf"));
+
+  auto map = slot_map();
+  ASSERT_EQ(enc_id("root"), 0);
+  EXPECT_EQ(disks_in(map, 0), 6u);
+  EXPECT_EQ(serial_at(map, 0, 3), "BD8K0000A103");
+  EXPECT_EQ(serial_at(map, 0, 6), "OD4T00000606");
+  EXPECT_EQ(serial_at(map, 0, 7), "");
+  int cache = enc_id("root_cache"), usb = enc_id("root_usb"), unit = enc_id(kUnit);
+  ASSERT_GE(cache, 0);
+  ASSERT_GE(usb, 0);
+  ASSERT_GE(unit, 0);
+  EXPECT_EQ(serial_at(map, cache, 1), "NV1T00000C01");
+  EXPECT_EQ(serial_at(map, usb, 1), "BP2T0000U001");
+  EXPECT_EQ(disks_in(map, unit), 7u);
+  EXPECT_EQ(serial_at(map, unit, 1), "BS12K000X001");
+  EXPECT_EQ(serial_at(map, unit, 9), "BF19T000X009");
+
+  // Every attached disk was tagged for the device manager.
+  std::string udev = root.read("/calls/udevadm.log");
+  EXPECT_NE(udev.find("control --env="), std::string::npos) << udev;
+
+  expect_golden("boot.json", normalised(boot_json.dump(2) + "\n"));
+  expect_golden("enc_list.json", normalised(query({"enc", "list"}).dump(2) + "\n"));
+  expect_golden("enc_info_0.json", normalised(query({"enc", "info", "0"}).dump(2) + "\n"));
+  expect_golden("enc_info_unit.json", normalised(query({"enc", "info", std::to_string(unit)}).dump(2) + "\n"));
+  expect_golden("disk_list.json", normalised(query({"disk", "list"}).dump(2) + "\n"));
+  expect_golden("disk_info_0_3.json", normalised(query({"disk", "info", "0", "3"}).dump(2) + "\n"));
+  expect_golden("enc_map.json", normalised(query({"enc", "map"}).dump(2) + "\n"));
+  EXPECT_EQ(stop(), 0);
+}
+
+TEST_F(Appliance, DiskPulledAndPushedBackReturnsToItsSlot) {
+  start();
+  boot();
+  ProcessResult out = halsim({"--json", "remove", "root/3"});
+  ASSERT_EQ(out.exit_code, 0) << out.err;
+  auto pulled = nlohmann::json::parse(out.out);
+  EXPECT_EQ(pulled["pd_sys_id"], "sdc");
+  EXPECT_EQ(pulled["hotplug"]["call"], "PD_Sys_Detach(root, sdc)");
+  EXPECT_EQ(pulled["hotplug"]["result"], 0);
+  auto map = slot_map();
+  EXPECT_EQ(serial_at(map, 0, 3), "");
+  EXPECT_EQ(disks_in(map, 0), 5u);
+  // The history store remembers who sat in slot 3.
+  EXPECT_NE(root.read("/etc/enclosure_0_del.conf").find("BD8K0000A103"), std::string::npos);
+
+  ProcessResult in = halsim({"--json", "insert", "root/3"});
+  ASSERT_EQ(in.exit_code, 0) << in.err;
+  EXPECT_EQ(nlohmann::json::parse(in.out)["hotplug"]["call"], "PD_Sys_Attach(root, sdc)");
+  EXPECT_EQ(serial_at(slot_map(), 0, 3), "BD8K0000A103");
+
+  // A new disk into an empty bay takes that bay's slot.
+  ProcessResult spare = halsim({"insert", "root/7", "spare"});
+  ASSERT_EQ(spare.exit_code, 0) << spare.err;
+  EXPECT_EQ(serial_at(slot_map(), 0, 7), "BD8K0000A199");
+}
+
+TEST_F(Appliance, UnitUnpluggedAndPluggedBackKeepsItsIdAndRemembersItsBays) {
+  start();
+  boot();
+  int unit = enc_id(kUnit);
+  ASSERT_GE(unit, 32);  // an external enclosure
+  ProcessResult out = halsim({"--json", "remove", "jbod"});
+  ASSERT_EQ(out.exit_code, 0) << out.err;
+  EXPECT_EQ(nlohmann::json::parse(out.out)["hotplug"]["call"],
+            std::string("SE_Sys_Pre_Detach(") + kUnit + "), SE_Sys_Detach(" + kUnit + ")");
+  EXPECT_EQ(enc_id(kUnit), -1);
+  EXPECT_EQ(disks_in(slot_map(), unit), 0u);
+  // The hot-swap memory holds the bays that had disks: 1-6 and 9.
+  auto saved = query({"conf", "get", "/tmp/.se_detached", "Enclosure_" + std::to_string(unit), "pd_bitmap"});
+  EXPECT_EQ(saved["value"], "0x27e") << saved.dump();
+
+  ProcessResult in = halsim({"--json", "insert", "jbod"});
+  ASSERT_EQ(in.exit_code, 0) << in.err;
+  EXPECT_EQ(enc_id(kUnit), unit);
+  auto map = slot_map();
+  EXPECT_EQ(disks_in(map, unit), 7u);
+  EXPECT_EQ(serial_at(map, unit, 5), "BD8K0000X005");
+}
+
+TEST_F(Appliance, HotPlugRefusalsAndAMissingDaemonAreErrors) {
+  start();
+  struct Case {
+    std::vector<std::string> args;
+    int code;
+    const char* says;
+  };
+  for (const Case& c : std::vector<Case>{
+           {{"insert", "root/1", "spare"}, 1, "already holds disk hdd1"},
+           {{"insert", "root/7", "nosuch"}, 1, "no disk 'nosuch'"},
+           {{"insert", "cache/2", "spare"}, 1, "does not fit"},
+           {{"remove", "root/8"}, 1, "slot root/8 is empty"},
+           {{"remove", "jbod", "extra"}, 2, "not expected"},
+           {{"insert"}, 2, "slot is required"},
+       }) {
+    ProcessResult r = halsim(c.args);
+    EXPECT_EQ(r.exit_code, c.code) << c.args[0] << ": " << r.err;
+    EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
+  }
+  EXPECT_EQ(stop(), 0);
+  ProcessResult r = halsim({"status"});
+  EXPECT_EQ(r.exit_code, 1);
+  EXPECT_NE(r.err.find("no halsim serving"), std::string::npos) << r.err;
+  EXPECT_FALSE(root.exists("/run/halsim.sock"));
+}
+
+// Two units, so that a unit missing at the next boot would free a lower id if ids were not
+// persistent.
+const char kTwoUnits[] = R"(
+[unit second]
+controller = hba
+host_phys = 0-3
+bays = 4
+sas_address = 0x5000ccab0300a000
+model = BX-400S
+serial = BX4S0000001
+)";
+
+TEST_F(Appliance, RestartWithTheSameRootKeepsThePersistentIds) {
+  std::string text;
+  {
+    std::ifstream in(kSampleScenario);
+    std::stringstream s;
+    s << in.rdbuf();
+    text = s.str() + kTwoUnits;
+  }
+  root.write("/scenario.ini", text);
+  start(root.path("/scenario.ini"));
+  boot();
+  int first = enc_id(kUnit), second = enc_id("5000ccab0300a000");
+  int cache = enc_id("root_cache"), usb = enc_id("root_usb");
+  ASSERT_GE(first, 32);
+  ASSERT_GE(second, 32);
+  ASSERT_NE(first, second);
+  auto map = slot_map();
+  ASSERT_EQ(stop(), 0);
+
+  // Reboot without the first unit's cable: the registries are rebuilt from nothing, yet every
+  // enclosure gets its old id and the missing unit's id stays reserved.
+  std::string without = text;
+  without.replace(without.find("serial = BX12S00077\n"), 20, "serial = BX12S00077\ncabled = no\n");
+  root.write("/scenario.ini", without);
+  start(root.path("/scenario.ini"));
+  EXPECT_FALSE(root.exists("/etc/hal.conf"));
+  boot();
+  EXPECT_EQ(enc_id("root"), 0);
+  EXPECT_EQ(enc_id("root_cache"), cache);
+  EXPECT_EQ(enc_id("root_usb"), usb);
+  EXPECT_EQ(enc_id(kUnit), -1);
+  EXPECT_EQ(enc_id("5000ccab0300a000"), second);
+  // The unit cabled again takes its old id, though a lower one is free.
+  ASSERT_EQ(halsim({"insert", "jbod"}).exit_code, 0);
+  EXPECT_EQ(enc_id(kUnit), first);
+  EXPECT_EQ(slot_map(), map);
+}
+
+}  // namespace
+}  // namespace bayhal::test

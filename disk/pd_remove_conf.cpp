@@ -106,11 +106,13 @@ int pd_remove_conf(int enc_id, int port_id) {
   std::string key = disk::sysid_key(*sys_id);
   if (Ini_Conf_Remove_Field(file.c_str(), disk::kIndex, key.c_str()) < 0)
     ERR_TRACE(HAL_TRACE_ERROR, "%s: can't remove field %s!\n", __func__, key.c_str());
+  // The section goes before its bit is freed: once the bit is clear another process may
+  // claim the port and write a new section that a later removal would delete.
+  int rc = Ini_Conf_Remove_Section(file.c_str(), section.c_str());
+  if (rc < 0) return rc;
   disk::IndexBit ib = disk::index_bit_for(port_id);
-  int rc = Ini_Conf_Bitmap_Reset_Bit(file.c_str(), disk::kIndex, ib.key.c_str(), ib.bit);
-  if (rc != 0) return rc;
-  rc = Ini_Conf_Remove_Section(file.c_str(), section.c_str());
-  return rc < 0 ? rc : 0;
+  rc = Ini_Conf_Bitmap_Reset_Bit(file.c_str(), disk::kIndex, ib.key.c_str(), ib.bit);
+  return rc != 0 ? rc : 0;
 }
 
 }  // namespace bayhal

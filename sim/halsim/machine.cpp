@@ -51,6 +51,14 @@ void io_counters(SysfsBuilder& b, const std::string& unit) {
   b.attr(unit + "/ioerr_cnt", "0x0");
 }
 
+// The PCI Express link attributes of a function, as the kernel prints them.
+void pcie_link(SysfsBuilder& b, const std::string& dir, const char* speed, int width) {
+  for (const char* kind : {"current", "max"}) {
+    b.attr(dir + "/" + kind + "_link_speed", speed);
+    b.attr(dir + "/" + kind + "_link_width", std::to_string(width));
+  }
+}
+
 }  // namespace
 
 void remove_device_dirs(const std::string& host_root, const std::vector<std::string>& dirs,
@@ -144,6 +152,7 @@ void Machine::build_controller(const Controller& c) {
     }
     case ControllerKind::sas: {
       std::string pci = b_.pci_device(c.pci, parent, PciSpec(c.vendor, c.device, 0x010700, "mpt3sas"));
+      pcie_link(b_, pci, "8.0 GT/s PCIe", 8);
       if (host < 0) host = next_host_++;
       std::vector<int> phys(static_cast<size_t>(c.ports));
       for (int i = 0; i < c.ports; ++i) phys[static_cast<size_t>(i)] = i;
@@ -206,6 +215,7 @@ PluggedDisk Machine::show_sata(const Slot& s, const Disk& d) {
 PluggedDisk Machine::show_nvme(const Slot& s, const Disk& d) {
   const Controller& c = *sc_.controller(s.controller);
   std::string pci = b_.pci_device(c.pci, pci_dirs_.at(c.name), PciSpec(c.vendor, c.device, 0x010802, "nvme"));
+  pcie_link(b_, pci, "8.0 GT/s PCIe", 4);
   NvmeSpec spec;
   spec.model = d.model;
   spec.serial = d.serial;

@@ -138,9 +138,18 @@ int main(int argc, char** argv) {
     std::cerr << "halsim: " << (root.empty() ? "give --root DIR or set HAL_ROOT" : error) << '\n';
     return kUsage;
   }
+  Client client(prepared);
+  if (*start || *run) {
+    // Power-on clears the root: never under a daemon that is serving it.
+    std::string ignored;
+    if (auto st = client.request("status", ignored)) {
+      std::cerr << "halsim: already serving " << prepared << " (pid " << st->second.value("pid", 0)
+                << ")\n";
+      return kFailed;
+    }
+  }
   if (*start) return start_daemon(prepared, scenario, as_json);
   if (*run) return run_daemon(prepared, scenario, -1);
-  Client client(prepared);
   if (*stop) return client.stop(as_json);
   if (*status) return client.status(as_json);
   if (*insert) return client.hotplug(true, target, disk, as_json);

@@ -137,8 +137,18 @@ bool check_slots(Scenario& sc, std::string& error) {
     if (!wiring.insert(wire).second)
       return fail(error, "slot " + s.id() + " shares its port with another slot");
   }
-  std::sort(sc.slots.begin(), sc.slots.end(), [](const Slot& a, const Slot& b) {
-    return a.enclosure != b.enclosure ? a.enclosure < b.enclosure : a.number < b.number;
+  // The appliance's own slots first (system, cache, USB), then each unit's in file order.
+  auto rank = [&sc](const Slot& s) {
+    if (s.enclosure == "root") return 0;
+    if (s.enclosure == "cache") return 1;
+    if (s.enclosure == "usb") return 2;
+    for (size_t i = 0; i < sc.units.size(); ++i)
+      if (sc.units[i].name == s.enclosure) return 3 + static_cast<int>(i);
+    return 1000;
+  };
+  std::stable_sort(sc.slots.begin(), sc.slots.end(), [&rank](const Slot& a, const Slot& b) {
+    int ra = rank(a), rb = rank(b);
+    return ra != rb ? ra < rb : a.number < b.number;
   });
   for (const char* group : {"root", "cache", "usb"}) {
     auto slots = sc.slots_of(group);

@@ -157,6 +157,7 @@ TEST_F(Appliance, HotPlugRefusalsAndAMissingDaemonAreErrors) {
            {{"remove", "root/8"}, 1, "slot root/8 is empty"},
            {{"remove", "jbod", "extra"}, 2, "not expected"},
            {{"insert"}, 2, "slot is required"},
+           {{"start", kSampleScenario}, 1, "already serving"},
        }) {
     ProcessResult r = halsim(c.args);
     EXPECT_EQ(r.exit_code, c.code) << c.args[0] << ": " << r.err;

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "bayhal/ERR_TRACE.h"
@@ -27,8 +28,10 @@ constexpr unsigned kHasMembers = PD_CAP_HAS_MEMBERS;
 class StoreIndex {
  public:
   explicit StoreIndex(const StoreText& store) : store_(store) {
+    bool seen = false;  // only a section's first block counts
     store.for_each_section([&](std::string_view name, std::string_view body) {
-      if (name == kIndex) read_index(body);
+      if (name == kIndex && !seen) read_index(body);
+      seen = seen || name == kIndex;
     });
   }
   const ini::Bitmap& pd() const { return pd_; }
@@ -78,7 +81,7 @@ class StoreIndex {
     caps_loaded_ = true;
     store_.for_each_section([&](std::string_view name, std::string_view body) {
       int port = port_of_section(name);
-      if (port < 0 || caps_.count(port)) return;
+      if (port < 0 || !seen_.insert(port).second) return;
       StoreText::for_each_key_in(body, [&](std::string_view key, std::string_view value) {
         if (key != "capabilities" || caps_.count(port)) return;
         long long v = 0;
@@ -112,6 +115,7 @@ class StoreIndex {
   bool virtual_seen_ = false;
   std::map<int, ini::Bitmap> members_;
   std::unordered_map<int, unsigned> caps_;
+  std::unordered_set<int> seen_;  // sections read (their first block only)
   bool caps_loaded_ = false;
 };
 

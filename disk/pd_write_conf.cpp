@@ -1,8 +1,8 @@
 // pd_write_conf: adds one disk to its enclosure's store.
 //
-// The identifier is claimed first (the only step that can fail the write); the section's
-// keys then go in one atomic write and the index keys in a second one, so a reader sees
-// either no section or a complete one.
+// The identifier, its index keys and the disk's section go into the store in one atomic
+// replacement made under the store's lock: a reader sees either no disk or a complete one,
+// and a new disk costs one file write (plus the WWN key in hal.conf).
 #include <cinttypes>
 #include <cstdio>
 #include <string>
@@ -49,12 +49,15 @@ struct Claim {
   bool usb = false;
   int start = 0;
   int bound = PD_SLOT_PORT_ID_MAX;
-  const PD_INFO* info = nullptr;
+  PD_INFO* info = nullptr;
   const char* file = nullptr;
   // Storage for the edit's views.
   std::string bitmap_key;
   std::string bitmap_text;
   Keys index;
+  std::string section;
+  std::string wwn;
+  Keys keys;
 };
 
 void no_id_left(const Claim& c) {
@@ -72,6 +75,7 @@ ini::Bitmap bitmap_in(std::string_view text, const std::string& key) {
 }
 
 Keys index_keys(const PD_INFO& info, int port_id);
+void fill_section(Claim& c);
 
 // Under the store's write lock: picks the identifier, sets its bit and the disk's index
 // keys in one replacement of the file, so two writers never get the same id and a taken
@@ -115,6 +119,10 @@ int decide_id(std::string_view text, ini::Edit& edit, Claim& c) {
   edit.set.emplace_back(c.bitmap_key, c.bitmap_text);
   if (c.kind != Kind::boot) c.index = index_keys(*c.info, id);
   for (const auto& [k, v] : c.index) edit.set.emplace_back(k, v);
+  fill_section(c);
+  ini::Edit& record = edit.then.emplace_back();
+  record.section = c.section;
+  for (const auto& [k, v] : c.keys) record.set.emplace_back(k, v);
   return 0;
 }
 
@@ -193,6 +201,19 @@ Keys index_keys(const PD_INFO& info, int port_id) {
   return k;
 }
 
+// The section's name and keys once the identifier is known.
+void fill_section(Claim& c) {
+  c.info->port_id = c.port_id;
+  if (c.kind == Kind::boot) {
+    c.section = disk::boot_section(c.port_id);
+    c.keys = section_keys(*c.info, c.kind, nullptr, {});
+    return;
+  }
+  c.section = disk::section_for(c.port_id);
+  c.wwn = disk::pd_wwn_text(c.enc_id, c.port_id, c.info);
+  c.keys = section_keys(*c.info, c.kind, &c.wwn, disk::pd_real_wwn(*c.info));
+}
+
 void write_or_log(const std::string& file, const std::string& section, const Keys& keys) {
   if (keys.empty()) return;
   if (ini::write_keys(file, section, keys) != 0)
@@ -262,21 +283,13 @@ int pd_write_conf(int enc_id, int port_id, PD_INFO* info, const char* dir) {
     if (t.kind == Kind::boot || port_id < 0 || c.port_id != port_id) return -1;
     ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): Ini_Conf_Bitmap_Set_Bit(%d) error!\n", __func__, __LINE__,
               c.port_id);
+    if (c.keys.empty()) fill_section(c);
+    write_or_log(t.file, c.section, c.keys);
   }
-  port_id = c.port_id;
-  info->port_id = port_id;
-
-  std::string section = t.kind == Kind::boot ? disk::boot_section(port_id)
-                                             : disk::section_for(port_id);
-  if (t.kind == Kind::boot) {
-    write_or_log(t.file, section, section_keys(*info, t.kind, nullptr, {}));
-    return 0;
-  }
-  std::string wwn = disk::pd_wwn_text(enc_id, port_id, info);
-  std::string real_wwn = disk::pd_real_wwn(*info);
-  write_or_log(t.file, section, section_keys(*info, t.kind, &wwn, real_wwn));
-  if (disk::usable_key_text(wwn)) disk::enc_write_pd_wwn_index(enc_id, port_id, wwn.c_str());
-  if (disk::enc_protocol(enc_id) == 12) disk::pd_link_ext_port(enc_id, port_id, *info, dir);
+  if (t.kind == Kind::boot) return 0;
+  const std::string& wwn = c.wwn;
+  if (disk::usable_key_text(wwn)) disk::enc_write_pd_wwn_index(enc_id, c.port_id, wwn.c_str());
+  if (disk::enc_protocol(enc_id) == 12) disk::pd_link_ext_port(enc_id, c.port_id, *info, dir);
   return 0;
 }
 

@@ -21,8 +21,9 @@ class StoreText {
   void assign(std::string_view text);
   std::string_view text() const { return {buf_.get(), len_}; }
 
-  // Calls fn(key, value) for every key line of `section` in file order (all its
-  // occurrences; "" is the unnamed leading section). False when the section is missing.
+  // Calls fn(key, value) for every key line of `section` in file order ("" is the unnamed
+  // leading section). Only the first block of a section named twice counts, as everywhere
+  // in the store. False when the section is missing.
   template <typename Fn>
   bool for_each_key(std::string_view section, Fn&& fn) const;
 
@@ -82,11 +83,12 @@ bool StoreText::for_each_key(std::string_view section, Fn&& fn) const {
       found = true;
       fn(k, v);
     });
+    return found;
   }
   for (const Header& h : headers_) {
     if (h.name != section) continue;
-    found = true;
     for_each_key_in(t.substr(h.body, h.end - h.body), fn);
+    return true;
   }
   return found;
 }

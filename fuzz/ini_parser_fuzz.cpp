@@ -23,7 +23,7 @@ void edits(std::string_view text, std::string_view section, std::string_view key
   if (!valid_section_name(section) || !valid_key(key)) return;
   std::string out;
   const std::string_view value = "fuzz = value, with: spaces";
-  Edit set{section, {{key, value}}, {}, false};
+  Edit set{section, {{key, value}}, {}, false, {}};
   EditResult r = apply_edit(text, set, out);
   check((r == EditResult::not_ini) == !is_ini(text));
   if (r == EditResult::not_ini) return;
@@ -33,13 +33,13 @@ void edits(std::string_view text, std::string_view section, std::string_view key
   check(find_value(now, section, key, got) && got == value);
 
   std::string removed;
-  Edit del{section, {}, {key}, false};
+  Edit del{section, {}, {key}, false, {}};
   if (apply_edit(now, del, removed) == EditResult::changed) {
     check(is_ini(removed));
     check(!find_value(removed, section, key, got));
   }
   std::string gone;
-  Edit drop{section, {}, {}, true};
+  Edit drop{section, {}, {}, true, {}};
   if (apply_edit(now, drop, gone) == EditResult::changed) {
     check(is_ini(gone));
     check(!find_value(gone, section, key, got));

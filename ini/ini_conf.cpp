@@ -40,7 +40,7 @@ BAYHAL_EXPORT int Ini_Conf_Set_Field(const char* file, const char* section, cons
               file ? file : "(null)");
     return -1;
   }
-  Edit e{section, {{key, value}}, {}, false};
+  Edit e{section, {{key, value}}, {}, false, {}};
   return update(__func__, file, e) < 0 ? -1 : 1;
 }
 
@@ -72,18 +72,18 @@ BAYHAL_EXPORT int Ini_Conf_Set_Field_Int(const char* file, const char* section, 
   else
     std::snprintf(text, sizeof text, "%d", value);
   if (!check_names(__func__, section, key)) return -1;
-  Edit e{section, {{key, text}}, {}, false};
+  Edit e{section, {{key, text}}, {}, false, {}};
   return update(__func__, file, e) < 0 ? -1 : 1;
 }
 
 BAYHAL_EXPORT int Ini_Conf_Remove_Field(const char* file, const char* section, const char* key) {
   if (!check_names(__func__, section, key)) return -1;
-  Edit e{section, {}, {key}, false};
+  Edit e{section, {}, {key}, false, {}};
   return update(__func__, file, e);
 }
 
 BAYHAL_EXPORT int Ini_Conf_Remove_Section(const char* file, const char* section) {
   if (!check_names(__func__, section, "-")) return -1;
-  Edit e{section, {}, {}, true};
+  Edit e{section, {}, {}, true, {}};
   return update(__func__, file, e);
 }

@@ -13,6 +13,9 @@ struct Edit {
   std::vector<std::pair<std::string_view, std::string_view>> set;  // key, value
   std::vector<std::string_view> remove;                            // keys to delete
   bool remove_section = false;
+  // Edits of other sections of the same file that land in the same replacement, applied
+  // in order after this one: a record and its index change together or not at all.
+  std::vector<Edit> then;
 };
 
 enum class EditResult { unchanged, changed, not_ini };

@@ -54,7 +54,10 @@ int replace_file(const char* who, const std::string& target, std::string_view da
     ::unlink(tmp.c_str());
     return -1;
   }
-  ::fchmod(fd.get(), mode);  // O_CREAT's mode only applies to a new temporary
+  // O_CREAT's mode only applies to a new temporary, and the umask trims it; a chmod is a
+  // journalled metadata change, so it is made only when the mode really differs.
+  struct stat st {};
+  if (::fstat(fd.get(), &st) != 0 || (st.st_mode & 07777) != mode) ::fchmod(fd.get(), mode);
   if (::close(fd.release()) != 0 || ::rename(tmp.c_str(), target.c_str()) != 0) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot replace %s: %s\n", who, target.c_str(),
               std::strerror(errno));
@@ -175,18 +178,29 @@ int locked_update(const char* who, const char* file,
   int rc = decide(in.view(), edit, ctx);
   if (rc < 0) return rc;
   thread_local std::string out;
+  thread_local std::string next;
   size_t bad_line = 0;
-  switch (apply_edit(in.view(), edit, out, &bad_line)) {
-    case EditResult::unchanged:
-      return 0;
-    case EditResult::not_ini:
-      ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is not an INI file (line %zu), left as it is\n", who,
-                file, bad_line);
-      return -1;
-    case EditResult::changed:
-      break;
+  bool changed = false;
+  std::string_view now = in.view();
+  for (size_t i = 0; i <= edit.then.size(); ++i) {
+    const Edit& step = i == 0 ? edit : edit.then[i - 1];
+    // Each step reads the previous result and writes the other buffer.
+    std::string& dest = changed && now.data() == out.data() ? next : out;
+    switch (apply_edit(now, step, dest, &bad_line)) {
+      case EditResult::unchanged:
+        continue;
+      case EditResult::not_ini:
+        ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is not an INI file (line %zu), left as it is\n", who,
+                  file, bad_line);
+        return -1;
+      case EditResult::changed:
+        changed = true;
+        now = dest;
+        break;
+    }
   }
-  return replace_file(who, target, out, mode, is_persistent(file)) == 0 ? 1 : -1;
+  if (!changed) return 0;
+  return replace_file(who, target, now, mode, is_persistent(file)) == 0 ? 1 : -1;
 }
 
 int update(const char* who, const char* file, const Edit& edit) {

@@ -243,6 +243,21 @@ TEST_F(PdStore, ReadFailsOnMissingIdentityKeysButFillsTheRest) {
   EXPECT_EQ(pd_read_conf(0, 6, &d), -1);
 }
 
+// A section written twice by hand reads as the store's getters read it: its first block.
+TEST_F(PdStore, RecordReadSeesTheFirstBlockLikeTheGetters) {
+  PD_INFO d = make_disk("sdb", "WD-1", 2);
+  ASSERT_EQ(pd_write_conf(0, 2, &d), 0);
+  std::string text = root.read(kStore0);
+  root.write(kStore0, text + "\n[PhysicalDisk_2]\nmodel = LATE\npd_driver_name = late\n");
+  PD_INFO got{};
+  ASSERT_EQ(pd_read_conf(0, 2, &got), 0);
+  char model[41] = "";
+  ASSERT_GT(Ini_Conf_Get_Field(kStore0, "PhysicalDisk_2", "model", model, sizeof model), 0);
+  EXPECT_STREQ(got.model, model);
+  EXPECT_STRNE(got.model, "LATE");
+  EXPECT_STREQ(got.pd_driver_name, "") << "a key only in the second block is not the disk's";
+}
+
 TEST_F(PdStore, RemovalKeepsAHistoryCopy) {
   PD_INFO d = make_disk("sdb", "HIST", 3);
   set_wwn(d, {0x50, 0, 0, 0, 0, 0, 0, 7});

@@ -1,6 +1,10 @@
 // The internal section reader and multi-key writer.
 #include "ini/ini_store.h"
 
+#include <sys/stat.h>
+
+#include "ini/ini_file.h"
+
 #include "tests/support/sandbox_root.h"
 
 namespace bayhal {
@@ -63,6 +67,39 @@ TEST_F(IniStore, WriteKeysSetsAndRemovesInOneWrite) {
   EXPECT_LT(write_keys("/etc/hal.conf", "New", {{"ok", "1"}, {"bad=key", "2"}}), 0);
   EXPECT_LT(write_keys("/etc/hal.conf", "New", {{"ok", "line\nbreak"}}), 0);
   EXPECT_EQ(read_section("/etc/hal.conf", "New")->entries.size(), 1u);
+}
+
+// Edits of several sections in one replacement: each step reads the previous step's
+// result, steps that change nothing are passed over, and one bad step writes nothing.
+TEST_F(IniStore, ChainedEditsLandInOneReplacement) {
+  root.write("/etc/hal.conf", "[Index]\npd_bitmap = 0x1\n[Keep]\nk = 1\n");
+  struct stat before {};
+  ASSERT_EQ(::stat(root.path("/etc/hal.conf").c_str(), &before), 0);
+  int rc = ini::update_with("test", "/etc/hal.conf", [](std::string_view, ini::Edit& e) {
+    e.section = "Index";
+    e.set = {{"pd_bitmap", "0x3"}};
+    e.then.push_back({"Keep", {{"k", "1"}}, {}, false, {}});      // no change
+    e.then.push_back({"Disk_1", {{"port_id", "1"}}, {}, false, {}});
+    e.then.push_back({"Keep", {}, {}, false, {}});                // no change
+    e.then.push_back({"Disk_1", {{"wwn", "5000"}}, {}, false, {}});
+    return 0;
+  });
+  EXPECT_EQ(rc, 1);
+  EXPECT_EQ(root.read("/etc/hal.conf"),
+            "[Index]\npd_bitmap = 0x3\n[Keep]\nk = 1\n\n[Disk_1]\nport_id = 1\nwwn = 5000\n");
+  struct stat after {};
+  ASSERT_EQ(::stat(root.path("/etc/hal.conf").c_str(), &after), 0);
+  EXPECT_NE(before.st_ino, after.st_ino) << "written by a rename";
+
+  // A later step on a text that is not INI refuses the whole write.
+  root.write("/etc/bad.conf", "[a]\nnot a key line\n");
+  rc = ini::update_with("test", "/etc/bad.conf", [](std::string_view, ini::Edit& e) {
+    e.section = "b";
+    e.then.push_back({"c", {{"k", "v"}}, {}, false, {}});
+    return 0;
+  });
+  EXPECT_LT(rc, 0);
+  EXPECT_EQ(root.read("/etc/bad.conf"), "[a]\nnot a key line\n");
 }
 
 }  // namespace

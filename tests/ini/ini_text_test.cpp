@@ -50,7 +50,7 @@ TEST(IniText, IsIniNamesTheFirstBadLine) {
 
 TEST(IniText, CrLfFilesKeepTheirLineEnds) {
   std::string out;
-  Edit e{"a", {{"k", "new"}, {"n", "1"}}, {}, false};
+  Edit e{"a", {{"k", "new"}, {"n", "1"}}, {}, false, {}};
   ASSERT_EQ(apply_edit("[a]\r\nk = old\r\n[b]\r\n", e, out), EditResult::changed);
   EXPECT_EQ(out, "[a]\r\nk = new\r\nn = 1\n[b]\r\n");
   std::string_view v;
@@ -64,15 +64,15 @@ TEST(IniText, EditsOfEmptyAndKeylessSections) {
     Edit edit;
     const char* want;
   } cases[] = {
-      {"", Edit{"", {{"k", "v"}}, {}, false}, "k = v\n"},
-      {"# top\n[a]\n", Edit{"", {{"k", "v"}}, {}, false}, "# top\nk = v\n[a]\n"},
-      {"[a]\n\n[b]\n", Edit{"a", {{"k", "v"}}, {}, false}, "[a]\nk = v\n\n[b]\n"},
-      {"[a]\nk=\n", Edit{"a", {{"k", "v"}}, {}, false}, "[a]\nk= v\n"},
-      {"[a]\nk = 1\nk = 2\n", Edit{"a", {}, {"k"}, false}, "[a]\n"},
-      {"[a]\nk = 1\n", Edit{"a", {{"k", "1"}, {"k", "2"}}, {}, false}, "[a]\nk = 2\n"},
-      {"[a]\n", Edit{"b", {{"k", "v"}}, {}, false}, "[a]\n\n[b]\nk = v\n"},
-      {"[a]\n\n", Edit{"b", {{"k", "v"}}, {}, false}, "[a]\n\n[b]\nk = v\n"},
-      {"[a]\nx = 1\n[b]\n[a]\ny = 2\n\n", Edit{"a", {}, {}, true}, "[b]\n"},
+      {"", Edit{"", {{"k", "v"}}, {}, false, {}}, "k = v\n"},
+      {"# top\n[a]\n", Edit{"", {{"k", "v"}}, {}, false, {}}, "# top\nk = v\n[a]\n"},
+      {"[a]\n\n[b]\n", Edit{"a", {{"k", "v"}}, {}, false, {}}, "[a]\nk = v\n\n[b]\n"},
+      {"[a]\nk=\n", Edit{"a", {{"k", "v"}}, {}, false, {}}, "[a]\nk= v\n"},
+      {"[a]\nk = 1\nk = 2\n", Edit{"a", {}, {"k"}, false, {}}, "[a]\n"},
+      {"[a]\nk = 1\n", Edit{"a", {{"k", "1"}, {"k", "2"}}, {}, false, {}}, "[a]\nk = 2\n"},
+      {"[a]\n", Edit{"b", {{"k", "v"}}, {}, false, {}}, "[a]\n\n[b]\nk = v\n"},
+      {"[a]\n\n", Edit{"b", {{"k", "v"}}, {}, false, {}}, "[a]\n\n[b]\nk = v\n"},
+      {"[a]\nx = 1\n[b]\n[a]\ny = 2\n\n", Edit{"a", {}, {}, true, {}}, "[b]\n"},
   };
   for (const auto& c : cases) {
     std::string out = c.text;
@@ -83,12 +83,12 @@ TEST(IniText, EditsOfEmptyAndKeylessSections) {
 
 TEST(IniText, NoChangeIsReported) {
   std::string out;
-  EXPECT_EQ(apply_edit("[a]\nk = v\n", Edit{"a", {{"k", "v"}}, {}, false}, out),
+  EXPECT_EQ(apply_edit("[a]\nk = v\n", Edit{"a", {{"k", "v"}}, {}, false, {}}, out),
             EditResult::unchanged);
-  EXPECT_EQ(apply_edit("[a]\nk = v\n", Edit{"a", {}, {"x"}, false}, out), EditResult::unchanged);
-  EXPECT_EQ(apply_edit("[a]\nk = v\n", Edit{"z", {}, {}, true}, out), EditResult::unchanged);
+  EXPECT_EQ(apply_edit("[a]\nk = v\n", Edit{"a", {}, {"x"}, false, {}}, out), EditResult::unchanged);
+  EXPECT_EQ(apply_edit("[a]\nk = v\n", Edit{"z", {}, {}, true, {}}, out), EditResult::unchanged);
   size_t bad = 0;
-  EXPECT_EQ(apply_edit("[a]\nwords\n", Edit{"a", {{"k", "v"}}, {}, false}, out, &bad),
+  EXPECT_EQ(apply_edit("[a]\nwords\n", Edit{"a", {{"k", "v"}}, {}, false, {}}, out, &bad),
             EditResult::not_ini);
   EXPECT_EQ(bad, 2u);
 }

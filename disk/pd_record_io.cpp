@@ -29,46 +29,59 @@ struct Field {
 #define PD_FIELD(k, kind, member, limit, req) \
   Field { k, kind, offsetof(PD_INFO, member), sizeof(PD_INFO::member), limit, req }
 
+// In the order the writer stores them, so a read finds each key at or just after the last.
 constexpr std::array kFields = {
+    PD_FIELD("port_id", Kind::i32, port_id, 0, true),
     PD_FIELD("att_phy_id", Kind::i32, att_phy_id, 0, true),
-    PD_FIELD("capabilities", Kind::u32, capabilities, 0, false),
-    PD_FIELD("capacity", Kind::i64, capacity, 0, false),
+    PD_FIELD("pd_sys_id", Kind::text, pd_sys_id, 32, true),
     PD_FIELD("enc_sys_id", Kind::text, enc_sys_id, 32, true),
+    PD_FIELD("pd_sys_name", Kind::text, pd_sys_name, 32, false),
+    PD_FIELD("pd_ctrl_name", Kind::text, pd_ctrl_name, 32, false),
+    PD_FIELD("pd_bus_name", Kind::text, pd_bus_name, 32, false),
+    PD_FIELD("pd_driver_name", Kind::text, pd_driver_name, 32, false),
+    PD_FIELD("wwn", Kind::wwn, wwn, 33, false),
+    PD_FIELD("type", Kind::i32, type, 0, false),
     PD_FIELD("form", Kind::i32, form, 0, false),
+    PD_FIELD("vendor", Kind::text, vendor, 32, false),
+    PD_FIELD("model", Kind::text, model, 41, false),
+    PD_FIELD("serial_no", Kind::text, serial_no, 33, false),
+    PD_FIELD("status", Kind::i32, status, 0, false),
+    PD_FIELD("capabilities", Kind::u32, capabilities, 0, false),
+    PD_FIELD("sector_size", Kind::i32, sector_size, 0, false),
+    PD_FIELD("capacity", Kind::i64, capacity, 0, false),
+    PD_FIELD("revision", Kind::text, revision, 16, false),
+    PD_FIELD("protocol_ver", Kind::i32, protocol_ver, 0, false),
+    PD_FIELD("link_speed", Kind::i32, link_speed, 0, false),
+    PD_FIELD("max_link_speed", Kind::i32, max_link_speed, 0, false),
+    PD_FIELD("pd_max_link_speed", Kind::i32, pd_max_link_speed, 0, false),
+    PD_FIELD("read_speed", Kind::text, read_speed, 32, false),
+    PD_FIELD("rotation_speed", Kind::i32, rotation_speed, 0, false),
     PD_FIELD("hw_raid_disk_bitmap", Kind::raid_i32, hw_raid_disk_bitmap, 0, false),
     PD_FIELD("hw_raid_spare_bitmap", Kind::raid_i32, hw_raid_spare_bitmap, 0, false),
     PD_FIELD("hw_raid_type", Kind::raid_i32, hw_raid_type, 0, false),
-    PD_FIELD("link_speed", Kind::i32, link_speed, 0, false),
-    PD_FIELD("max_link_speed", Kind::i32, max_link_speed, 0, false),
-    PD_FIELD("model", Kind::text, model, 41, false),
-    PD_FIELD("pd_bus_name", Kind::text, pd_bus_name, 32, false),
-    PD_FIELD("pd_ctrl_name", Kind::text, pd_ctrl_name, 32, false),
-    PD_FIELD("pd_driver_name", Kind::text, pd_driver_name, 32, false),
-    PD_FIELD("pd_max_link_speed", Kind::i32, pd_max_link_speed, 0, false),
-    PD_FIELD("pd_sys_id", Kind::text, pd_sys_id, 32, true),
-    PD_FIELD("pd_sys_name", Kind::text, pd_sys_name, 32, false),
-    PD_FIELD("port_id", Kind::i32, port_id, 0, true),
-    PD_FIELD("protocol_ver", Kind::i32, protocol_ver, 0, false),
-    PD_FIELD("read_speed", Kind::text, read_speed, 32, false),
-    PD_FIELD("revision", Kind::text, revision, 16, false),
-    PD_FIELD("rotation_speed", Kind::i32, rotation_speed, 0, false),
-    PD_FIELD("sector_size", Kind::i32, sector_size, 0, false),
-    PD_FIELD("serial_no", Kind::text, serial_no, 33, false),
-    PD_FIELD("status", Kind::i32, status, 0, false),
-    PD_FIELD("type", Kind::i32, type, 0, false),
-    PD_FIELD("vendor", Kind::text, vendor, 32, false),
-    PD_FIELD("wwn", Kind::wwn, wwn, 33, false),
 };
 
 #undef PD_FIELD
 
 static_assert(kFields.size() <= 32, "the seen-mask holds 32 fields");
 
-// Keys differ mostly in length: compare lengths first, bytes only for the few that match.
-int field_index(std::string_view key) {
-  for (size_t i = 0; i < kFields.size(); ++i)
-    if (kFields[i].key.size() == key.size() && kFields[i].key == key) return static_cast<int>(i);
+// The field of `key`, searched from `cursor` (just after the previous hit) and then from
+// the start; -1 for any other key.
+int field_index(std::string_view key, size_t& cursor) {
+  auto match = [&](size_t i) { return kFields[i].key.size() == key.size() && kFields[i].key == key; };
+  for (size_t i = cursor; i < kFields.size(); ++i)
+    if (match(i)) {
+      cursor = i + 1;
+      return static_cast<int>(i);
+    }
+  for (size_t i = 0; i < cursor && i < kFields.size(); ++i)
+    if (match(i)) return static_cast<int>(i);
   return -1;
+}
+
+int field_index(std::string_view key) {
+  size_t from = 0;
+  return field_index(key, from);
 }
 
 void copy_text(unsigned char* field, size_t size, std::string_view text, size_t limit) {
@@ -115,8 +128,9 @@ bool store(const Field& f, std::string_view value, PD_INFO* info, bool is_virtua
 bool fill_record(const StoreText& s, std::string_view section, int port_id, PD_INFO* info) {
   uint32_t seen = 0;
   bool virtual_id = is_virtual_id(port_id);
+  size_t cursor = 0;
   s.for_each_key(section, [&](std::string_view key, std::string_view value) {
-    int i = field_index(key);
+    int i = field_index(key, cursor);
     if (i < 0 || (seen & (1u << i))) return;
     seen |= 1u << i;
     if (!store(kFields[static_cast<size_t>(i)], value, info, virtual_id))

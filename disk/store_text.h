@@ -6,6 +6,7 @@
 #pragma once
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "ini/ini_text.h"
@@ -73,24 +74,8 @@ void StoreText::for_each_key_in(std::string_view body, Fn&& fn) {
 
 template <typename Fn>
 bool StoreText::for_each_key(std::string_view section, Fn&& fn) const {
-  index_headers();
-  std::string_view t = text();
-  bool found = false;
-  if (section.empty()) {
-    // The unnamed leading section runs up to the first header; it exists when it has a key.
-    size_t lead_end = headers_.empty() ? t.size() : headers_.front().line;
-    for_each_key_in(t.substr(0, lead_end), [&](std::string_view k, std::string_view v) {
-      found = true;
-      fn(k, v);
-    });
-    return found;
-  }
-  for (const Header& h : headers_) {
-    if (h.name != section) continue;
-    for_each_key_in(t.substr(h.body, h.end - h.body), fn);
-    return true;
-  }
-  return found;
+  // The store's own scan: it jumps from header to header and ends with the section.
+  return ini::for_each_key(text(), section, std::forward<Fn>(fn));
 }
 
 }  // namespace bayhal::disk

@@ -34,7 +34,7 @@ int find_card_port(int pcie_slot, std::string_view pd_sys_id) {
   std::string slot_section = "System PCIE SLOT " + std::to_string(pcie_slot);
   auto slot = ini::read_section(kModelConfFile, slot_section);
   if (!slot) return -1;
-  const std::string* bus = slot->find("DEV_BUS");
+  const std::string_view* bus = slot->find("DEV_BUS");
   if (bus == nullptr) return -1;
   int domain = static_cast<int>(slot->get_int("DEV_DOMAIN").value_or(0));
   HzrCardDescription card;
@@ -44,7 +44,7 @@ int find_card_port(int pcie_slot, std::string_view pd_sys_id) {
     for (int lane = 0; lane < kLanesPerPort; ++lane) {
       int index = card.port_offset + lane + (card.minisas_port_count > 3 ? kLanesPerPort * p : 0);
       char name[PD_NAME_LEN] = {};
-      if (disk_backend().lookup_in_pcie_enclosure(domain, bus->c_str(), switch_port, index, name,
+      if (disk_backend().lookup_in_pcie_enclosure(domain, std::string(*bus).c_str(), switch_port, index, name,
                                                   sizeof name) != 0)
         continue;
       if (text_of(name) == pd_sys_id) return p;

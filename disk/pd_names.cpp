@@ -25,9 +25,9 @@ constexpr int kMvsProtocol = 12;
 
 std::optional<std::string> model_key(const std::string& section, const std::string& key) {
   auto s = ini::read_section(kModelConfFile, section);
-  const std::string* v = s ? s->find(key) : nullptr;
+  const std::string_view* v = s ? s->find(key) : nullptr;
   if (v == nullptr || v->empty()) return std::nullopt;
-  return *v;
+  return std::string(*v);
 }
 
 bool is_member(int port_id) { return is_member_id(port_id); }
@@ -80,10 +80,10 @@ std::optional<std::string> slot_name(int enc_id, int port_id) {
     for (long long t = 1; t <= types && t <= 64; ++t) {
       std::string section = "External Type " + std::to_string(t);
       auto s = ini::read_section(kModelConfFile, section);
-      const std::string* m = s ? s->find("MODEL") : nullptr;
+      const std::string_view* m = s ? s->find("MODEL") : nullptr;
       if (m == nullptr || *m != model) continue;
-      const std::string* name = s->find("SLOT_NAME_" + std::to_string(slot));
-      if (name != nullptr && !name->empty()) return *name;
+      const std::string_view* name = s->find("SLOT_NAME_" + std::to_string(slot));
+      if (name != nullptr && !name->empty()) return std::string(*name);
       return std::nullopt;
     }
   }

@@ -19,9 +19,9 @@ constexpr const char* kCdromConf = "/etc/.cdrom.conf";
 std::string owner_of(int enc_id, int port_id) {
   if (enc_id == bayhal::disk::enc_odd_id()) {
     auto pass = bayhal::ini::read_section(kCdromConf, "odd_passthrough");
-    const std::string* enabled = pass ? pass->find("enabled") : nullptr;
+    const std::string_view* enabled = pass ? pass->find("enabled") : nullptr;
     if (enabled != nullptr && *enabled == "TRUE") {
-      if (const std::string* owner = pass->find("owner")) return *owner;
+      if (const std::string_view* owner = pass->find("owner")) return std::string(*owner);
     }
   }
   char name[PD_NAME_LEN];
@@ -30,7 +30,7 @@ std::string owner_of(int enc_id, int port_id) {
     if (size_t slash = dev.rfind('/'); slash != std::string_view::npos) dev = dev.substr(slash + 1);
     if (bayhal::disk::usable_key_text(dev)) {
       auto drive = bayhal::ini::read_section(kCdromConf, dev);
-      if (const std::string* owner = drive ? drive->find("owner") : nullptr) return *owner;
+      if (const std::string_view* owner = drive ? drive->find("owner") : nullptr) return std::string(*owner);
     }
   }
   return "DRO";

@@ -42,20 +42,20 @@ int backup_section(int enc_id, int port_id) {
   std::string history = disk::history_file(enc_id);
   std::string section = disk::section_for(port_id);
   auto disk_keys = ini::read_section(live, section);
-  const std::string* sys_id = disk_keys ? disk_keys->find("pd_sys_id") : nullptr;
+  const std::string_view* sys_id = disk_keys ? disk_keys->find("pd_sys_id") : nullptr;
   if (sys_id == nullptr) return -1;
 
   auto index = ini::read_section(live, disk::kIndex);
   Keys index_copy;
   std::string sys_id_key = disk::sysid_key(*sys_id);
   std::string name_key;
-  if (const std::string* name = disk_keys->find("pd_sys_name"))
+  if (const std::string_view* name = disk_keys->find("pd_sys_name"))
     if (auto dev = disk::dev_base_name(*name); !dev.empty()) name_key = disk::sysid_key(dev);
   bool name_key_found = false;
   if (index) {
-    if (const std::string* v = index->find(sys_id_key)) index_copy.emplace_back(sys_id_key, *v);
+    if (const std::string_view* v = index->find(sys_id_key)) index_copy.emplace_back(sys_id_key, *v);
     if (!name_key.empty() && name_key != sys_id_key) {
-      if (const std::string* v = index->find(name_key)) {
+      if (const std::string_view* v = index->find(name_key)) {
         index_copy.emplace_back(name_key, *v);
         name_key_found = true;
       }
@@ -69,7 +69,7 @@ int backup_section(int enc_id, int port_id) {
 
   Keys copy;
   for (const char* key : kHistoryKeys)
-    if (const std::string* v = disk_keys->find(key)) copy.emplace_back(key, *v);
+    if (const std::string_view* v = disk_keys->find(key)) copy.emplace_back(key, *v);
   write_logged(history, section, copy, "PD_Remove_and_Backup_Section");
 
   if (name_key_found) {
@@ -94,13 +94,13 @@ int pd_remove_conf(int enc_id, int port_id) {
   std::string file = disk::store_file(enc_id);
   std::string section = disk::section_for(port_id);
   auto keys = ini::read_section(file, section);
-  const std::string* sys_id = keys ? keys->find("pd_sys_id") : nullptr;
+  const std::string_view* sys_id = keys ? keys->find("pd_sys_id") : nullptr;
   if (sys_id == nullptr) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: can't retrieve %s value!\n", __func__, "pd_sys_id");
     return -1;
   }
-  if (const std::string* wwn = keys->find("wwn"); wwn != nullptr && !wwn->empty())
-    disk::enc_remove_pd_wwn_index(wwn->c_str());
+  if (const std::string_view* wwn = keys->find("wwn"); wwn != nullptr && !wwn->empty())
+    disk::enc_remove_pd_wwn_index(std::string(*wwn).c_str());
   else
     ERR_TRACE(HAL_TRACE_ERROR, "%s: can't retrieve wwn of (%d,%d)!\n", __func__, enc_id, port_id);
   std::string key = disk::sysid_key(*sys_id);

@@ -21,7 +21,7 @@ namespace {
 std::string scan_enc_sys_id(int enc_id, const char* dir) {
   if (dir != nullptr && *dir != '\0') {
     auto s = ini::read_section(disk::boot_store_file(dir), "Enclosure_" + std::to_string(enc_id));
-    if (const std::string* v = s ? s->find("enc_sys_id") : nullptr) return *v;
+    if (const std::string_view* v = s ? s->find("enc_sys_id") : nullptr) return std::string(*v);
   }
   return disk::enc_sys_id_of(enc_id);
 }

@@ -45,7 +45,7 @@ void pd_repair_volume_names(int enc_id, int port_id, const char* pd_sys_name) {
     if (!vol || *vol < 1) continue;
     std::string section = "VOL_" + std::to_string(*vol);
     auto volume = ini::read_section(kVolumeConf, section);
-    const std::string* raid_name = volume ? volume->find("raidName") : nullptr;
+    const std::string_view* raid_name = volume ? volume->find("raidName") : nullptr;
     if (raid_name == nullptr) continue;
     std::string want = partition_name(pd_sys_name, part);
     if (*raid_name == want) continue;

@@ -143,7 +143,7 @@ void add_performance_keys(Keys& keys, const std::string& wwn_text) {
   if (wwn_text.empty() || disk::usable_key_text(wwn_text))
     perf = ini::read_section(disk::kPerformanceConf, wwn_text);
   for (const char* key : kPerfKeys) {
-    const std::string* v = perf ? perf->find(key) : nullptr;
+    const std::string_view* v = perf ? perf->find(key) : nullptr;
     keys.emplace_back(key, v != nullptr && !v->empty() ? disk::store_value(*v) : "none");
   }
 }

@@ -48,7 +48,7 @@ int sr_raid_conf_attach(int enc_id, const PD_INFO& info) {
   if (uuid.empty()) uuid = disk::store_value(disk::text_of(info.pd_sys_id));
   if (uuid.empty() || info.port_id < 0) return -1;
   int n = find_array([&](const ini::Section& s) {
-    const std::string* u = s.find("uuid");
+    const std::string_view* u = s.find("uuid");
     return u != nullptr && *u == uuid;
   });
   unsigned ports = 0;

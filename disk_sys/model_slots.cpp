@@ -16,14 +16,14 @@ std::string upper(std::string s) {
 }
 
 int int_key(const ini::Section& s, std::string_view key, int fallback) {
-  const std::string* v = s.find(key);
+  const std::string_view* v = s.find(key);
   if (!v) return fallback;
   auto n = parse_number(*v);
   return n ? static_cast<int>(*n) : fallback;
 }
 
 std::optional<UsbConnection> usb_variant(const ini::Section& s, const char* suffix) {
-  const std::string* ports = s.find(std::string("DEV_PORT") + suffix);
+  const std::string_view* ports = s.find(std::string("DEV_PORT") + suffix);
   if (!ports) return std::nullopt;
   UsbConnection c;
   c.ports = *ports;
@@ -50,15 +50,15 @@ std::optional<SlotDesc> read_slot(std::string_view section) {
   if (!s) return std::nullopt;
   SlotDesc d;
   d.section = section;
-  if (const std::string* v = s->find("DEV_BUS")) d.dev_bus = *v;
-  if (const std::string* v = s->find("DEV_PORT")) {
+  if (const std::string_view* v = s->find("DEV_BUS")) d.dev_bus = *v;
+  if (const std::string_view* v = s->find("DEV_PORT")) {
     d.dev_port_text = *v;
     if (auto n = parse_number(*v)) d.dev_port = static_cast<int>(*n);
   }
   d.domain = int_key(*s, "DEV_DOMAIN", 0);
   d.switch_port = int_key(*s, "PCI_SWITCH_PORT", -1);
-  if (const std::string* v = s->find("DEV_BRIDGE_BUS")) d.bridge_bus = *v;
-  if (const std::string* v = s->find("DEV_BRIDGE_BUS_AUTO")) d.bridge_auto = upper(*v) == "YES";
+  if (const std::string_view* v = s->find("DEV_BRIDGE_BUS")) d.bridge_bus = *v;
+  if (const std::string_view* v = s->find("DEV_BRIDGE_BUS_AUTO")) d.bridge_auto = upper(std::string(*v)) == "YES";
   d.multi = int_key(*s, "MULTI_DEVICE", 0);
   d.in_hub = int_key(*s, "IN_HUB", 0);
   d.hub_port = int_key(*s, "HUB_PORT", 1);
@@ -84,9 +84,9 @@ std::vector<int> slot_numbers(std::string_view prefix) {
 std::optional<std::string> model_key(std::string_view section, std::string_view key) {
   auto s = ini::read_section(kModelConf, section);
   if (!s) return std::nullopt;
-  const std::string* v = s->find(key);
+  const std::string_view* v = s->find(key);
   if (!v) return std::nullopt;
-  return *v;
+  return std::string(*v);
 }
 
 }  // namespace bayhal

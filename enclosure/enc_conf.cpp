@@ -55,7 +55,7 @@ bool starts_with(const char* text, std::string_view prefix) {
   return text != nullptr && std::strncmp(text, prefix.data(), prefix.size()) == 0;
 }
 
-unsigned bitmap_low32(const std::string* text) {
+unsigned bitmap_low32(const std::string_view* text) {
   if (text == nullptr) return 0;
   std::string_view digits(*text);
   if (digits.starts_with("0x") || digits.starts_with("0X")) digits.remove_prefix(2);

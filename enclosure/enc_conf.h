@@ -44,7 +44,7 @@ bool starts_with(const char* text, std::string_view prefix);
 
 // The low 32 bits (the disk slots) of a store bitmap ("0x" and hexadecimal digits); 0 for
 // null.
-unsigned bitmap_low32(const std::string* text);
+unsigned bitmap_low32(const std::string_view* text);
 
 // Copies `text` into a caller buffer, truncating and terminating; false when it did not fit
 // or the buffer is unusable.

@@ -40,13 +40,13 @@ std::string member_key(int port) { return "pd" + std::to_string(port) + "_member
 void save_and_detach_disks(int enc_id) {
   auto index = ini::read_section(enc_disk_conf(enc_id), kIndex);
   if (!index) return;
-  const std::string* pd_text = index->find("pd_bitmap");
+  const std::string_view* pd_text = index->find("pd_bitmap");
   if (pd_text == nullptr) return;
   unsigned ports = bitmap_low32(pd_text);
   se_hotswap_save_pd_bitmap(enc_id, ports);
   for (int p = 0; p < 32; ++p)
     if ((ports >> p) & 1u)
-      if (const std::string* m = index->find(member_key(p)))
+      if (const std::string_view* m = index->find(member_key(p)))
         se_hotswap_save_pd_member_bitmap(enc_id, p, bitmap_low32(m));
   for (int p = 0; p < 32; ++p) {
     if (((ports >> p) & 1u) == 0) continue;

@@ -22,9 +22,9 @@ bool file_exists(const char* path) { return ::access(sys_path(path).c_str(), F_O
 std::optional<std::string> bitmap_text(const char* file) {
   auto s = ini::read_section(file, kIndex);
   if (!s) return std::nullopt;
-  const std::string* v = s->find(kEncBitmap);
+  const std::string_view* v = s->find(kEncBitmap);
   if (v == nullptr) return std::nullopt;
-  return *v;
+  return std::string(*v);
 }
 
 }  // namespace

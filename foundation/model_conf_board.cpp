@@ -60,16 +60,16 @@ bool parse_id_pair(const std::string& text, unsigned& a, unsigned& b) {
 }
 
 bool board_matches(const ini::Section& s, const PciIdentity& bridge, const std::string& cpu) {
-  const std::string* hb = s.find("HOST_BRIDGE");
+  const std::string_view* hb = s.find("HOST_BRIDGE");
   unsigned v = 0, d = 0;
-  if (hb == nullptr || !parse_id_pair(*hb, v, d) || v != bridge.vendor || d != bridge.device)
+  if (hb == nullptr || !parse_id_pair(std::string(*hb), v, d) || v != bridge.vendor || d != bridge.device)
     return false;
-  if (const std::string* sub = s.find("SUBSYSTEM")) {
-    if (!parse_id_pair(*sub, v, d) || v != bridge.subsystem_vendor ||
+  if (const std::string_view* sub = s.find("SUBSYSTEM")) {
+    if (!parse_id_pair(std::string(*sub), v, d) || v != bridge.subsystem_vendor ||
         d != bridge.subsystem_device)
       return false;
   }
-  if (const std::string* want = s.find("CPU")) {
+  if (const std::string_view* want = s.find("CPU")) {
     if (want->empty() || model::lower(cpu).find(model::lower(*want)) == std::string::npos) return false;
   }
   return true;
@@ -102,9 +102,9 @@ std::optional<unsigned> se_sys_get_board_id() {
     if (!name.starts_with("Board")) continue;
     auto s = ini::read_section(kBoardTable, name);
     if (!s || !board_matches(*s, *bridge, cpu)) continue;
-    const std::string* text = s->find("BOARD_ID");
+    const std::string_view* text = s->find("BOARD_ID");
     char* end = nullptr;
-    long id = text ? std::strtol(text->c_str(), &end, 0) : -1;  // decimal or 0x hexadecimal
+    long id = text ? std::strtol(std::string(*text).c_str(), &end, 0) : -1;  // decimal or 0x hexadecimal
     if (text == nullptr || text->empty() || *end != '\0' || id < 0 || id > long{kMaxModel}) {
       ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): [%s] of %s has no usable BOARD_ID\n", __func__,
                 __LINE__, name.c_str(), kBoardTable);
@@ -128,7 +128,7 @@ int se_sys_get_backplane_model_conf(const char* enc_sys_id, char* buf, int size,
   }
   std::string vpd_path = kDefaultVpd;
   if (auto sys = ini::read_section(kModelConf, kSystemEnclosure))
-    if (const std::string* p = sys->find("BACKPLANE_VPD"); p && !p->empty()) vpd_path = *p;
+    if (const std::string_view* p = sys->find("BACKPLANE_VPD"); p && !p->empty()) vpd_path = *p;
   std::string raw = model::read_file(vpd_path, kMaxVpd).value_or("");
   auto board = fru::parse_board(
       {reinterpret_cast<const uint8_t*>(raw.data()), raw.size()});
@@ -140,7 +140,7 @@ int se_sys_get_backplane_model_conf(const char* enc_sys_id, char* buf, int size,
   std::string value;
   if (format == 1) {
     auto table = ini::read_section(kBoardTable, "Backplane");
-    const std::string* v = table ? table->find(board->part_number) : nullptr;
+    const std::string_view* v = table ? table->find(board->part_number) : nullptr;
     if (v != nullptr) value = *v;
   } else if (format == 2) {
     value = board->file_id;

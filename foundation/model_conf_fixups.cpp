@@ -128,11 +128,11 @@ FixupResult fixup_cpu_fans() {
 FixupResult fixup_mapping(const char* name, const char* flag, const char* key,
                           int (*reader)(char*, int)) {
   auto sys = model::system_enclosure();
-  const std::string* on = sys ? sys->find(flag) : nullptr;
+  const std::string_view* on = sys ? sys->find(flag) : nullptr;
   if (on == nullptr || model::lower(*on) != "yes") return unchanged(name, std::string(flag) + " not yes");
   char mapping[128];
   if (reader(mapping, sizeof mapping) != 0) return unchanged(name, "no mapping in CMOS");
-  const std::string* now = sys->find(key);
+  const std::string_view* now = sys->find(key);
   if (now != nullptr && *now == mapping) return unchanged(name, std::string(key) + " already " + mapping);
   if (Ini_Conf_Set_Field(kModelConf, kSystemEnclosure, key, mapping) <= 0) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): can't set %s\n", __func__, __LINE__, key);
@@ -156,7 +156,7 @@ FixupResult fixup_tbt_sas_enclosure() {
   const char* name = "thunderbolt sas enclosure";
   auto tbt = ini::read_section(kModelConf, "Thunderbolt Enclosure");
   if (!tbt || tbt->find("SUPPORT_LIST") == nullptr) return unchanged(name, "no SUPPORT_LIST");
-  const std::string* force = tbt->find("FORCE_ENABLE_SAS_ENC");
+  const std::string_view* force = tbt->find("FORCE_ENABLE_SAS_ENC");
   if (force != nullptr && model::lower(*force) == "yes") return unchanged(name, "FORCE_ENABLE_SAS_ENC yes");
   return change_cap(name, kCapSasEnclosure, 0, "SAS enclosures not forced on");
 }

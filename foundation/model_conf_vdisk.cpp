@@ -84,13 +84,13 @@ bool make_section(const std::string& section, const KeyValues& want, const char*
   bool same = now.has_value();
   if (now) {
     for (const auto& entry : now->entries) {
-      const std::string& key = entry.first;
+      const std::string key(entry.first);
       bool wanted =
           std::any_of(want.begin(), want.end(), [&](const auto& kv) { return kv.first == key; });
       if (!wanted) remove.push_back(key);
     }
     for (const auto& [k, v] : want) {
-      const std::string* have = now->find(k);
+      const std::string_view* have = now->find(k);
       if (have == nullptr || *have != v) same = false;
     }
   }

@@ -74,7 +74,8 @@ void FileBuffer::grow(size_t want) {
   if (want <= cap_) return;
   size_t cap = cap_ == 0 ? 16384 : cap_;
   while (cap < want) cap *= 2;
-  auto bigger = std::make_unique_for_overwrite<char[]>(cap);
+  std::unique_ptr<char[], Free> bigger(
+      static_cast<char*>(::operator new[](cap, std::align_val_t{64})));
   if (len_ > 0) std::memcpy(bigger.get(), data_.get(), len_);
   data_ = std::move(bigger);
   cap_ = cap;

@@ -2,6 +2,7 @@
 #pragma once
 #include <cstddef>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -23,7 +24,11 @@ class FileBuffer {
 
  private:
   void grow(size_t want);
-  std::unique_ptr<char[]> data_;
+  // Cache-line aligned: the kernel's copy into a misaligned buffer is measurably slower.
+  struct Free {
+    void operator()(char* p) const { ::operator delete[](p, std::align_val_t{64}); }
+  };
+  std::unique_ptr<char[], Free> data_;
   size_t cap_ = 0;
   size_t len_ = 0;
 };

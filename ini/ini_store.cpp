@@ -10,26 +10,46 @@
 
 namespace bayhal::ini {
 
-const std::string* Section::find(std::string_view key) const {
+const std::string_view* Section::find(std::string_view key) const {
   for (const auto& [k, v] : entries)
     if (k == key) return &v;
   return nullptr;
 }
 
 std::optional<long long> Section::get_int(std::string_view key, bool hex) const {
-  const std::string* v = find(key);
+  const std::string_view* v = find(key);
   long long out = 0;
   if (v == nullptr || !parse_int(*v, hex, out)) return std::nullopt;
   return out;
 }
 
 bool Section::get_text(std::string_view key, char* buf, size_t size) const {
-  const std::string* v = find(key);
+  const std::string_view* v = find(key);
   if (v == nullptr || buf == nullptr || size == 0) return false;
   size_t n = std::min(v->size(), size - 1);
   std::memcpy(buf, v->data(), n);
   buf[n] = '\0';
   return true;
+}
+
+void Section::take(const std::vector<std::pair<std::string_view, std::string_view>>& views) {
+  size_t total = 0;
+  for (const auto& [k, v] : views) total += k.size() + v.size();
+  auto block = std::make_shared_for_overwrite<char[]>(total == 0 ? 1 : total);
+  char* at = block.get();
+  auto copy = [&at](std::string_view t) {
+    if (!t.empty()) std::memcpy(at, t.data(), t.size());
+    std::string_view kept(at, t.size());
+    at += t.size();
+    return kept;
+  };
+  entries.clear();
+  entries.reserve(views.size());
+  for (const auto& [k, v] : views) {
+    std::string_view key = copy(k);
+    entries.emplace_back(key, copy(v));
+  }
+  text_ = std::move(block);
 }
 
 namespace {
@@ -58,11 +78,14 @@ void check_ini(const char* who, std::string_view file, std::string_view text) {
 std::optional<Section> read_section(std::string_view file, std::string_view section) {
   std::string_view text;
   if (!load_text(__func__, file, text)) return std::nullopt;
-  Section s;
-  if (!collect_section(text, section, s.entries)) {
+  thread_local std::vector<std::pair<std::string_view, std::string_view>> views;
+  views.clear();
+  if (!collect_section(text, section, views)) {
     check_ini(__func__, file, text);
     return std::nullopt;
   }
+  Section s;
+  s.take(views);
   return s;
 }
 

@@ -210,10 +210,8 @@ uint64_t key_hash(std::string_view k) {
 }  // namespace
 
 bool collect_section(std::string_view text, std::string_view section,
-                     std::vector<std::pair<std::string, std::string>>& out) {
-  // Gather views first, so the entries are allocated once at their final count.
-  thread_local std::vector<std::pair<std::string_view, std::string_view>> views;
-  views.clear();
+                     std::vector<std::pair<std::string_view, std::string_view>>& out) {
+  size_t first = out.size();
   // A 256-bit filter of the keys seen so far spares nearly all duplicate checks.
   uint64_t seen[4] = {};
   bool found = false;
@@ -222,21 +220,12 @@ bool collect_section(std::string_view text, std::string_view section,
     uint64_t& word = seen[(h >> 6) & 3];
     uint64_t bit = uint64_t{1} << (h & 63);
     if ((word & bit) != 0)
-      for (const auto& e : views)
-        if (e.first == k) return true;
+      for (size_t i = first; i < out.size(); ++i)
+        if (out[i].first == k) return true;
     word |= bit;
-    views.emplace_back(k, v);
+    out.emplace_back(k, v);
     return true;
   });
-  // The values are built before the entry array: with glibc, a large request made while
-  // freed small chunks wait in the fast bins first consolidates them all, and a reader
-  // that drops the previous section just before reading the next would pay that each time.
-  thread_local std::vector<std::string> values;
-  if (values.size() < views.size()) values.resize(views.size());
-  for (size_t i = 0; i < views.size(); ++i) values[i].assign(views[i].second);
-  out.reserve(out.size() + views.size());
-  for (size_t i = 0; i < views.size(); ++i)
-    out.emplace_back(std::string(views[i].first), std::move(values[i]));
   return found;
 }
 

@@ -54,10 +54,11 @@ void for_each_line(std::string_view text, Fn&& fn) {
 bool find_value(std::string_view text, std::string_view section, std::string_view key,
                 std::string_view& value);
 
-// Every key of `section`'s first block in file order (first occurrence of each key).
-// False when the section is missing; the unnamed leading section exists when it holds a key.
+// Every key of `section`'s first block in file order (first occurrence of each key), as
+// views into `text`. False when the section is missing; the unnamed leading section exists
+// when it holds a key.
 bool collect_section(std::string_view text, std::string_view section,
-                     std::vector<std::pair<std::string, std::string>>& out);
+                     std::vector<std::pair<std::string_view, std::string_view>>& out);
 
 // Calls `fn(key, value, ctx)` for every key line of `section` in file order, duplicates
 // included, without allocating. False when the section is missing.

@@ -408,7 +408,7 @@ TEST_F(PdAttach, ConcurrentAttachAndDetachLeaveConsistentStores) {
     ASSERT_TRUE(index.has_value());
     for (const auto& [key, value] : index->entries)
       if (key.rfind("pd_sysid_", 0) == 0) {
-        EXPECT_TRUE(sections.count(std::stoi(value))) << key;
+        EXPECT_TRUE(sections.count(std::stoi(std::string(value)))) << key;
       }
   }
   // Detached disks are gone; every kept disk has a record unless its slot was taken.

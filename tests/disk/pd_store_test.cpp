@@ -55,7 +55,7 @@ TEST_F(PdStore, SlotDiskWritesSectionIndexAndBit) {
   auto s = ini::read_section(kStore0, "PhysicalDisk_3");
   ASSERT_TRUE(s.has_value());
   std::vector<std::string> order;
-  for (auto& [k, v] : s->entries) order.push_back(k);
+  for (auto& [k, v] : s->entries) order.emplace_back(k);
   std::vector<std::string> expected = {
       "port_id", "att_phy_id", "pd_sys_id", "enc_sys_id", "pd_sys_name", "pd_ctrl_name",
       "pd_bus_name", "wwn", "real_wwn", "type", "form", "vendor", "model", "serial_no",

@@ -16,7 +16,7 @@ class EncRecordTest : public SandboxTest {
   std::vector<std::string> keys_of(const std::string& section, const char* file = "/etc/hal.conf") {
     std::vector<std::string> keys;
     if (auto s = ini::read_section(file, section))
-      for (auto& [k, v] : s->entries) keys.push_back(k);
+      for (auto& [k, v] : s->entries) keys.emplace_back(k);
     return keys;
   }
 };

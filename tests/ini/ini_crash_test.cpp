@@ -73,8 +73,8 @@ TEST_F(IniCrash, KilledWritersNeverLeaveATornOrLostFile) {
     ASSERT_TRUE(ini::is_ini(text)) << "gen " << gen << ":\n" << text;
     auto after = ini::read_section(file, "System Disk 1-2");
     for (int k = 0; k < kKeys; ++k) {
-      const std::string* v = after ? after->find(key_name(k)) : nullptr;
-      const std::string* was = before ? before->find(key_name(k)) : nullptr;
+      const std::string_view* v = after ? after->find(key_name(k)) : nullptr;
+      const std::string_view* was = before ? before->find(key_name(k)) : nullptr;
       bool ok = (v != nullptr && *v == new_value) || (v == nullptr && was == nullptr) ||
                 (v != nullptr && was != nullptr && *v == *was);
       ASSERT_TRUE(ok) << "gen " << gen << " key " << k << " holds "

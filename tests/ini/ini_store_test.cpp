@@ -23,7 +23,7 @@ TEST_F(IniStore, ReadSectionReturnsKeysInFileOrder) {
   auto s = read_section("/etc/hal.conf", "Enclosure_0");
   ASSERT_TRUE(s.has_value());
   ASSERT_EQ(s->entries.size(), 3u) << "a repeated header's keys are not read";
-  EXPECT_EQ(s->entries[0], (std::pair<std::string, std::string>{"enc_sys_id", "root"}));
+  EXPECT_EQ(s->entries[0], (std::pair<std::string_view, std::string_view>{"enc_sys_id", "root"}));
   EXPECT_EQ(s->entries[2].first, "cap");
   EXPECT_EQ(s->get_int("max_disk_num"), 8);
   EXPECT_EQ(s->get_int("cap", true), 31);

@@ -27,7 +27,7 @@ void add_place(CLI::App* cmd, Args& a) {
 void get(Context& ctx, const Args& a) {
   // The section reader returns whole values, however long (bitmaps can be).
   auto section = bayhal::ini::read_section(a.file, a.section);
-  const std::string* value = section ? section->find(a.key) : nullptr;
+  const std::string_view* value = section ? section->find(a.key) : nullptr;
   nlohmann::json j = where(a);
   j["found"] = value != nullptr;
   j["value"] = value ? nlohmann::json(*value) : nlohmann::json();
@@ -37,7 +37,7 @@ void get(Context& ctx, const Args& a) {
                   " [" + a.section + "] of " + a.file);
     return;
   }
-  emit(ctx, j, *value);
+  emit(ctx, j, std::string(*value));
 }
 
 void set(Context& ctx, const Args& a) {

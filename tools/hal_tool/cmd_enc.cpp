@@ -164,17 +164,18 @@ void show_map(Context& ctx) {
   std::vector<int> in_use = bitmap_ids(bayhal::kHalConf, bayhal::kIndex, bayhal::kEncBitmap);
   auto section = bayhal::ini::read_section(bayhal::kEncMap, bayhal::kIndex);
   if (section) {
-    for (const auto& [key, value] : section->entries) {
+    for (const auto& [key_view, value_view] : section->entries) {
+      std::string key(key_view), value(value_view);
       if (key.empty() || key.find_first_not_of("0123456789") != std::string::npos ||
           value.rfind("enc_uid_", 0) != 0)
         continue;
       int id = std::stoi(key);
       std::string uid = value.substr(8);
-      const std::string* name = section->find("enc_" + key);
+      const std::string_view* name = section->find("enc_" + key);
       bool used = std::find(in_use.begin(), in_use.end(), id) != in_use.end();
       entries.push_back({{"id", id}, {"unique_id", uid},
                          {"display_name", name ? json(*name) : json()}, {"in_use", used}});
-      table.rows.push_back({key, uid, name ? *name : "", used ? "yes" : "no"});
+      table.rows.push_back({key, uid, name ? std::string(*name) : "", used ? "yes" : "no"});
     }
   }
   std::vector<int> allocated = bitmap_ids(bayhal::kEncMap, bayhal::kIndex, bayhal::kEncBitmap);

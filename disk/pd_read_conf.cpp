@@ -16,11 +16,12 @@ int pd_read_conf(int enc_id, int port_id, PD_INFO* info) {
   }
   // One buffer per thread: record reads are the registry's hot path.
   thread_local disk::StoreText store;
+  std::string section = disk::section_for(port_id);
   if (!store.load(disk::store_file(enc_id).c_str())) {
     disk::set_text(info->read_speed, "none");
     return -1;
   }
-  return disk::fill_record(store, disk::section_for(port_id), port_id, info) ? 0 : -1;
+  return disk::fill_record(store, section, port_id, info) ? 0 : -1;
 }
 
 }  // namespace bayhal

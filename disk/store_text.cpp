@@ -1,68 +1,27 @@
 #include "disk/store_text.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstring>
 
 #include "foundation/sysroot.h"
-#include "foundation/unique_fd.h"
 #include "ini/ini_text.h"
 
 namespace bayhal::disk {
 
 namespace {
 
-constexpr size_t kInitialBytes = 64 * 1024;
-// A disk store of a thousand disks is well under this; anything larger is not ours.
-constexpr size_t kMaxBytes = 64 * 1024 * 1024;
-
 bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v'; }
 
 }  // namespace
 
-// Open, read, close: no stat, the buffer grows when a read fills it. A failed load leaves
-// the text empty.
 bool StoreText::load(const char* file) {
   indexed_ = false;
   headers_.clear();
-  len_ = 0;
+  buf_.clear();
   SysPath path(file);
   if (!path.ok()) return false;
-  UniqueFd fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!fd) return false;
-  if (cap_ == 0) grow(kInitialBytes);
-  for (;;) {
-    ssize_t n = ::read(fd.get(), buf_.get() + len_, cap_ - len_);
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0 || len_ + static_cast<size_t>(n) > kMaxBytes) {
-      len_ = 0;
-      return false;
-    }
-    if (n == 0) return true;
-    len_ += static_cast<size_t>(n);
-    // A regular file reads whole unless it ends: a short read saves the call that would
-    // only report the end.
-    if (len_ < cap_) return true;
-    grow(cap_ * 2);
-  }
-}
-
-void StoreText::assign(std::string_view text) {
-  indexed_ = false;
-  headers_.clear();
-  len_ = 0;
-  if (cap_ < text.size() + 1) grow(text.size() + 1);
-  std::memcpy(buf_.get(), text.data(), text.size());
-  len_ = text.size();
-}
-
-void StoreText::grow(size_t want) {
-  auto bigger = std::make_unique_for_overwrite<char[]>(want);
-  if (len_ > 0) std::memcpy(bigger.get(), buf_.get(), len_);
-  buf_ = std::move(bigger);
-  cap_ = want;
+  if (buf_.load(path.c_str(), "StoreText") > 0) return true;
+  buf_.clear();
+  return false;
 }
 
 // Section headers are the lines whose first non-blank character is '[': find each '[' with

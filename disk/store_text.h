@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "ini/ini_file.h"
 #include "ini/ini_text.h"
 
 namespace bayhal::disk {
@@ -18,9 +19,7 @@ class StoreText {
   // Reads `file` (an appliance path, resolved under the system root). False when it is
   // missing or unreadable; the view is then empty.
   bool load(const char* file);
-  // Takes `text` as the store's contents (a copy), as if it had been read.
-  void assign(std::string_view text);
-  std::string_view text() const { return {buf_.get(), len_}; }
+  std::string_view text() const { return buf_.view(); }
 
   // Calls fn(key, value) for every key line of `section` in file order ("" is the unnamed
   // leading section). Only the first block of a section named twice counts, as everywhere
@@ -51,11 +50,8 @@ class StoreText {
     size_t end;   // start of the next header line, or the end of the text
   };
   void index_headers() const;
-  void grow(size_t want);
 
-  std::unique_ptr<char[]> buf_;
-  size_t cap_ = 0;
-  size_t len_ = 0;
+  ini::FileBuffer buf_;
   mutable std::vector<Header> headers_;
   mutable bool indexed_ = false;
 };

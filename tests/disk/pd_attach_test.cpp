@@ -15,6 +15,7 @@
 #include "foundation/clock.h"
 #include "ini/ini_store.h"
 #include "tests/disk/disk_fixture.h"
+#include "tests/support/child_process.h"
 
 namespace bayhal {
 namespace {
@@ -364,28 +365,18 @@ TEST_F(PdAttach, ConcurrentAttachAndDetachLeaveConsistentStores) {
       // Half ask for a slot, half for a new id: slots collide across processes.
       plug(id, i % 2 == 0 ? 1 + i / 2 : -1, "S" + id);
     }
-  std::vector<pid_t> kids;
-  for (int p = 0; p < kProcs; ++p) {
-    pid_t pid = ::fork();
-    ASSERT_GE(pid, 0);
-    if (pid == 0) {
-      int bad = 0;
-      std::string enc = "usb" + std::to_string(1 + p % kEnclosures);
-      for (int i = 0; i < kDisks; ++i) {
-        std::string id = "p" + std::to_string(p) + "d" + std::to_string(i);
-        if (PD_Sys_Attach(enc.c_str(), id.c_str()) != 0) ++bad;
-        // A slot disk that lost its slot to the other process has no record to detach.
-        if (i % 3 == 2) PD_Sys_Detach(enc.c_str(), id.c_str());
-      }
-      ::_exit(bad);
-    }
-    kids.push_back(pid);
-  }
-  for (pid_t pid : kids) {
-    int status = 0;
-    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  }
+  EXPECT_EQ(test::run_children(kProcs, [](int p) {
+              int bad = 0;
+              std::string enc = "usb" + std::to_string(1 + p % kEnclosures);
+              for (int i = 0; i < kDisks; ++i) {
+                std::string id = "p" + std::to_string(p) + "d" + std::to_string(i);
+                if (PD_Sys_Attach(enc.c_str(), id.c_str()) != 0) ++bad;
+                // A slot disk that lost its slot to the other process has no record to detach.
+                if (i % 3 == 2) PD_Sys_Detach(enc.c_str(), id.c_str());
+              }
+              return bad;
+            }),
+            0);
   int registered = 0;
   for (int e = 1; e <= kEnclosures; ++e) {
     std::string file = disk::store_file(e);

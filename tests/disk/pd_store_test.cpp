@@ -10,6 +10,7 @@
 #include "disk/pd_store.h"
 #include "ini/ini_store.h"
 #include "tests/disk/disk_fixture.h"
+#include "tests/support/child_process.h"
 
 namespace bayhal {
 namespace {
@@ -300,26 +301,16 @@ TEST_F(PdStore, BackupOfAnUnknownDiskDoesNothing) {
 TEST_F(PdStore, ConcurrentWritersFromManyProcessesNeverShareAnId) {
   constexpr int kProcs = 6;
   constexpr int kEach = 8;
-  std::vector<pid_t> kids;
-  for (int p = 0; p < kProcs; ++p) {
-    pid_t pid = ::fork();
-    ASSERT_GE(pid, 0);
-    if (pid == 0) {
-      int bad = 0;
-      for (int i = 0; i < kEach; ++i) {
-        std::string name = "sd" + std::to_string(p) + "_" + std::to_string(i);
-        PD_INFO d = make_disk(name, "S" + name);
-        if (pd_write_conf(0, -1, &d) != 0) ++bad;
-      }
-      ::_exit(bad);
-    }
-    kids.push_back(pid);
-  }
-  for (pid_t pid : kids) {
-    int status = 0;
-    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  }
+  EXPECT_EQ(test::run_children(kProcs, [](int p) {
+              int bad = 0;
+              for (int i = 0; i < kEach; ++i) {
+                std::string name = "sd" + std::to_string(p) + "_" + std::to_string(i);
+                PD_INFO d = make_disk(name, "S" + name);
+                if (pd_write_conf(0, -1, &d) != 0) ++bad;
+              }
+              return bad;
+            }),
+            0);
   std::set<int> ids;
   for (int p = 0; p < kProcs; ++p) {
     for (int i = 0; i < kEach; ++i) {

@@ -14,6 +14,7 @@
 #include "sim/sysfs_builder.h"
 #include "tests/enclosure/enc_fakes.h"
 #include "tests/enclosure/enc_test_util.h"
+#include "tests/support/child_process.h"
 
 namespace bayhal::test {
 namespace {
@@ -262,24 +263,14 @@ TEST_F(EncAttachTest, ConcurrentAttachAndDetachLeaveAConsistentStore) {
   attach_root();
   constexpr int kProcs = 3;
   for (int n = 1; n <= 2 * kProcs; ++n) top_expander(n);
-  std::vector<pid_t> kids;
-  for (int p = 0; p < kProcs; ++p) {
-    pid_t pid = ::fork();
-    ASSERT_GE(pid, 0);
-    if (pid == 0) {
-      set_disk_registry_link(nullptr);
-      int a = 2 * p + 1, b = 2 * p + 2;
-      bool ok = se_attach(id_of(a).c_str(), 0) == 0 && se_attach(id_of(b).c_str(), 0) == 0 &&
-                se_detach(id_of(a).c_str()) == 0;
-      ::_exit(ok ? 0 : 1);
-    }
-    kids.push_back(pid);
-  }
-  for (pid_t pid : kids) {
-    int status = 0;
-    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  }
+  EXPECT_EQ(test::run_children(kProcs, [this](int p) {
+              set_disk_registry_link(nullptr);
+              int a = 2 * p + 1, b = 2 * p + 2;
+              bool ok = se_attach(id_of(a).c_str(), 0) == 0 &&
+                        se_attach(id_of(b).c_str(), 0) == 0 && se_detach(id_of(a).c_str()) == 0;
+              return ok ? 0 : 1;
+            }),
+            0);
   std::vector<int> ids(64);
   int n = SE_Enumerate(ids.data(), 64, nullptr, nullptr);
   ids.resize(static_cast<size_t>(n));

@@ -1,7 +1,5 @@
 // Real processes allocating enclosure ids at the same time never share one.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <set>
@@ -9,6 +7,7 @@
 
 #include "enclosure/enc_ids.h"
 #include "tests/enclosure/enc_test_util.h"
+#include "tests/support/child_process.h"
 
 namespace bayhal::test {
 namespace {
@@ -18,36 +17,25 @@ class EncIdsProcessTest : public SandboxTest {};
 TEST_F(EncIdsProcessTest, ConcurrentAllocationsNeverShareAnId) {
   constexpr int kProcs = 4;
   constexpr int kEach = 8;
-  int fds[2];
-  ASSERT_EQ(::pipe(fds), 0);
+  test::Pipe out;
   std::vector<pid_t> kids;
-  for (int p = 0; p < kProcs; ++p) {
-    pid_t pid = ::fork();
-    ASSERT_GE(pid, 0);
-    if (pid == 0) {
-      ::close(fds[0]);
+  for (int p = 0; p < kProcs; ++p)
+    kids.push_back(test::spawn([&out, p] {
+      out.close_read();
       int failures = 0;
       for (int i = 0; i < kEach; ++i) {
         std::string name = "usb_" + std::to_string(p) + "_" + std::to_string(i);
         SE_ENC_INFO info = make_record(name.c_str(), 0, SE_PROTOCOL_USB, "root");
         int id = -1;
         if (se_acquire_id(name.c_str(), &id, &info) != 0 || id < 0) ++failures;
-        if (::write(fds[1], &id, sizeof id) != sizeof id) ++failures;
+        if (!out.put(id)) ++failures;
       }
-      ::_exit(failures == 0 ? 0 : 1);
-    }
-    kids.push_back(pid);
-  }
-  ::close(fds[1]);
+      return failures == 0 ? 0 : 1;
+    }));
+  out.close_write();
   std::multiset<int> ids;
-  int id;
-  while (::read(fds[0], &id, sizeof id) == sizeof id) ids.insert(id);
-  ::close(fds[0]);
-  for (pid_t pid : kids) {
-    int status = 0;
-    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  }
+  for (int id; out.get(id);) ids.insert(id);
+  for (pid_t pid : kids) EXPECT_EQ(test::join(pid), 0);
   ASSERT_EQ(ids.size(), static_cast<size_t>(kProcs * kEach));
   std::set<int> unique(ids.begin(), ids.end());
   EXPECT_EQ(unique.size(), ids.size());

@@ -9,7 +9,7 @@
 #include "bayhal/Ini_Conf.h"
 #include "ini/ini_store.h"
 #include "ini/ini_text.h"
-#include "tests/ini/child_process.h"
+#include "tests/support/child_process.h"
 #include "tests/support/sandbox_root.h"
 
 namespace bayhal {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "bayhal/Ini_Conf.h"
-#include "tests/ini/child_process.h"
+#include "tests/support/child_process.h"
 #include "tests/support/sandbox_root.h"
 
 namespace bayhal {

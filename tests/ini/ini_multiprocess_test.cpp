@@ -5,7 +5,7 @@
 
 #include "bayhal/Ini_Conf.h"
 #include "ini/ini_store.h"
-#include "tests/ini/child_process.h"
+#include "tests/support/child_process.h"
 #include "tests/support/sandbox_root.h"
 
 namespace bayhal {
@@ -50,9 +50,7 @@ TEST_F(IniMultiProcess, ConcurrentClaimsGetDistinctBits) {
 TEST_F(IniMultiProcess, ConcurrentSetsOfDistinctKeysLoseNone) {
   const char* file = "/tmp/shared.conf";
   root.write(file, "# shared by everybody\n[Other]\nkeep = me\n");
-  std::vector<pid_t> kids;
-  for (int p = 0; p < kProcs; ++p)
-    kids.push_back(spawn([&, p] {
+  EXPECT_EQ(test::run_children(kProcs, [&](int p) {
       for (int i = 0; i < kEach; ++i) {
         std::string key = "p" + std::to_string(p) + "_k" + std::to_string(i);
         // Half into one shared section, half into a section of each process's own.
@@ -60,8 +58,7 @@ TEST_F(IniMultiProcess, ConcurrentSetsOfDistinctKeysLoseNone) {
         if (Ini_Conf_Set_Field_Int(file, sec.c_str(), key.c_str(), i, 0) <= 0) return 1;
       }
       return 0;
-    }));
-  for (pid_t k : kids) EXPECT_EQ(join(k), 0);
+    }), 0);
 
   auto shared = ini::read_section(file, "Shared");
   ASSERT_TRUE(shared.has_value());

@@ -24,6 +24,23 @@ inline int join(pid_t pid) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+// Runs `body(i)` for i = 0..n-1 in n children at once and waits for them all; the number
+// of children that did not exit 0 (a fork that failed counts too).
+inline int run_children(int n, const std::function<int(int)>& body) {
+  std::vector<pid_t> kids;
+  int failed = 0;
+  for (int i = 0; i < n; ++i) {
+    pid_t pid = spawn([&body, i] { return body(i); });
+    if (pid < 0)
+      ++failed;
+    else
+      kids.push_back(pid);
+  }
+  for (pid_t pid : kids)
+    if (join(pid) != 0) ++failed;
+  return failed;
+}
+
 // A pipe whose ends close with the object.
 struct Pipe {
   int fd[2] = {-1, -1};

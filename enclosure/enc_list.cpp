@@ -26,7 +26,8 @@ struct FilterKeys {
   bool present = false;
   std::optional<std::string_view> protocol, capability, model, status;
 
-  void take(std::string_view k, std::string_view v) {
+  // False once all four keys are known: the rest of the section cannot change the answer.
+  bool take(std::string_view k, std::string_view v) {
     present = true;
     auto first = [v](std::optional<std::string_view>& slot) {
       if (!slot) slot = v;
@@ -35,6 +36,7 @@ struct FilterKeys {
     else if (k == "capability") first(capability);
     else if (k == "model") first(model);
     else if (k == "status") first(status);
+    return !(protocol && capability && model && status);
   }
 
   static std::optional<long long> number(const std::optional<std::string_view>& v, bool hex) {
@@ -62,7 +64,8 @@ struct FilterKeys {
 
 FilterKeys keys_of(const ini::Section& s) {
   FilterKeys keys;
-  for (const auto& [k, v] : s.entries) keys.take(k, v);
+  for (const auto& [k, v] : s.entries)
+    if (!keys.take(k, v)) break;
   return keys;
 }
 
@@ -81,8 +84,8 @@ int enumerate_standard(int* ids, int capacity) {
   int stored = 0;
   for (int id = bits.next_set(0); id >= 0 && stored < capacity; id = bits.next_set(id + 1)) {
     FilterKeys keys;
-    ini::for_each_key(text, enc_section(id),
-                      [&keys](std::string_view k, std::string_view v) { keys.take(k, v); });
+    ini::for_each_key_while(text, enc_section(id),
+                            [&keys](std::string_view k, std::string_view v) { return keys.take(k, v); });
     if (keys.standard_keep()) ids[stored++] = id;
   }
   return stored;

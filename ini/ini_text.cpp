@@ -239,6 +239,15 @@ bool for_each_key(std::string_view text, std::string_view section,
   return found;
 }
 
+bool for_each_key_while(std::string_view text, std::string_view section,
+                        bool (*fn)(std::string_view key, std::string_view value, void* ctx),
+                        void* ctx) {
+  bool found = false;
+  scan_section(text, section, found,
+               [&](std::string_view k, std::string_view v) { return fn(k, v, ctx); });
+  return found;
+}
+
 std::vector<std::string> section_names(std::string_view text) {
   std::vector<std::string> names;
   std::unordered_set<std::string_view> seen;

@@ -75,6 +75,22 @@ bool for_each_key(std::string_view text, std::string_view section, Fn&& fn) {
       &fn);
 }
 
+// Like for_each_key, but stops at the first key for which `fn` returns false, for a reader
+// that wants a few keys and has them. False when the section is missing.
+bool for_each_key_while(std::string_view text, std::string_view section,
+                        bool (*fn)(std::string_view key, std::string_view value, void* ctx),
+                        void* ctx);
+
+template <typename Fn>
+bool for_each_key_while(std::string_view text, std::string_view section, Fn&& fn) {
+  return for_each_key_while(
+      text, section,
+      [](std::string_view k, std::string_view v, void* ctx) {
+        return (*static_cast<std::remove_reference_t<Fn>*>(ctx))(k, v);
+      },
+      &fn);
+}
+
 // Names of the [section] lines in file order, each once.
 std::vector<std::string> section_names(std::string_view text);
 

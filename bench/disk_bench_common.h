@@ -1,6 +1,5 @@
-// Shared pieces of the disk registry benchmarks: a sandbox root, the floors (one read of a
-// store file, one write-temporary+rename of it), and a reporter that prints each ratio of
-// the fastest repetitions measured in the same run.
+// Shared pieces of the disk registry benchmarks: the floors (one read of a store file, one
+// write-temporary+rename of it), sample records, and the run on a sandbox root.
 #pragma once
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -18,6 +17,7 @@
 
 #include "bayhal/Ini_Conf.h"
 #include "bayhal/PD.h"
+#include "bench/bench_run.h"
 #include "foundation/command_runner.h"
 
 namespace disk_bench {
@@ -110,70 +110,21 @@ inline void add_enclosure(int enc_id, const std::string& sys_id, int slots) {
   Ini_Conf_Bitmap_Set_Bit("/etc/hal.conf", "Index", "enc_bitmap", enc_id);
 }
 
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.error_occurred) continue;
-      std::string name = r.run_name.function_name;
-      double t = r.GetAdjustedRealTime();
-      auto it = best.find(name);
-      if (it == best.end() || t < it->second) best[name] = t;
-      double c = r.GetAdjustedCPUTime();
-      auto ct = best_cpu.find(name);
-      if (ct == best_cpu.end() || c < ct->second) best_cpu[name] = c;
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  // Prints "ratio <what> = x (target <= t) ok|MISSED"; a target of 0 only reports.
-  void ratio(const char* op, const char* floor, const char* what, double target) const {
-    auto o = best.find(op);
-    auto f = best.find(floor);
-    if (o == best.end() || f == best.end() || f->second <= 0) return;
-    double r = o->second / f->second;
-    double cpu = best_cpu.at(op) / best_cpu.at(floor);
-    if (target > 0)
-      std::printf("ratio %s = %.2f (target <= %.1f) %s [cpu time ratio %.2f]\n", what, r, target,
-                  r <= target ? "ok" : "MISSED", cpu);
-    else
-      std::printf("ratio %s = %.2f (reported) [cpu time ratio %.2f]\n", what, r, cpu);
-  }
-  std::map<std::string, double> best;      // fastest wall time per benchmark
-  std::map<std::string, double> best_cpu;  // fastest CPU time per benchmark
-};
+using RatioReporter = bench::RatioReporter;
 
 // Makes the root, runs `setup`, runs the benchmarks interleaved with repetitions.
 template <typename Setup, typename Report>
 int run(int argc, char** argv, Setup setup, Report report) {
-  char tmpl[] = "/tmp/bayhal-disk-bench-XXXXXX";
-  if (::mkdtemp(tmpl) == nullptr) return 1;
-  root() = tmpl;
-  for (const char* d : {"/etc/config", "/var/log", "/var/lock", "/dev", "/tmp", "/sys"})
-    std::filesystem::create_directories(root() + d);
-  spit(rooted("/var/log/hal_lib.log.conf"), "0xFFCB\n");
-  ::setenv("HAL_ROOT", root().c_str(), 1);
+  bench::BenchRoot sandbox({"/etc/config", "/dev", "/tmp", "/sys"});
+  if (!sandbox.ok()) return 1;
+  root() = sandbox.dir();
   QuietRunner quiet;
   bayhal::set_runner(&quiet);
   setup();
-
-  std::vector<char*> args{argv[0]};
-  std::string reps = "--benchmark_repetitions=7";
-  std::string interleave = "--benchmark_enable_random_interleaving=true";
-  std::string min_time = "--benchmark_min_time=0.05";
-  args.push_back(reps.data());
-  args.push_back(interleave.data());
-  args.push_back(min_time.data());
-  for (int i = 1; i < argc; ++i) args.push_back(argv[i]);
-  int n = static_cast<int>(args.size());
-  benchmark::Initialize(&n, args.data());
   RatioReporter rep;
-  benchmark::RunSpecifiedBenchmarks(&rep);
-  benchmark::Shutdown();
-  std::printf("\n");
+  bench::run_all(argc, argv, 7, "0.05", rep);
   report(rep);
   bayhal::set_runner(nullptr);
-  std::error_code ec;
-  std::filesystem::remove_all(root(), ec);
   return 0;
 }
 

@@ -16,6 +16,7 @@
 
 #include "bayhal/Ini_Conf.h"
 #include "bayhal/SE.h"
+#include "bench/bench_run.h"
 #include "enclosure/enc_list.h"
 #include "enclosure/enc_store.h"
 
@@ -74,54 +75,16 @@ void BM_enumerate_and_get_info(benchmark::State& state) {
 }
 BENCHMARK(BM_enumerate_and_get_info);
 
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.error_occurred) continue;
-      std::string name = r.run_name.function_name;
-      double t = r.GetAdjustedRealTime();
-      auto it = best.find(name);
-      if (it == best.end() || t < it->second) best[name] = t;
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> best;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  char tmpl[] = "/tmp/bayhal-bench-XXXXXX";
-  if (::mkdtemp(tmpl) == nullptr) return 1;
-  g_root = tmpl;
-  for (const char* d : {"/etc/config", "/var/log", "/var/lock", "/tmp"})
-    std::filesystem::create_directories(g_root + d);
-  ::setenv("HAL_ROOT", g_root.c_str(), 1);
+  bench::BenchRoot root({"/etc/config", "/tmp"});
+  if (!root.ok()) return 1;
+  g_root = root.dir();
   populate();
-
-  std::vector<char*> args{argv[0]};
-  std::string reps = "--benchmark_repetitions=9";
-  std::string interleave = "--benchmark_enable_random_interleaving=true";
-  std::string min_time = "--benchmark_min_time=0.05";
-  args.push_back(reps.data());
-  args.push_back(interleave.data());
-  args.push_back(min_time.data());
-  for (int i = 1; i < argc; ++i) args.push_back(argv[i]);
-  int n = static_cast<int>(args.size());
-  benchmark::Initialize(&n, args.data());
-  RatioReporter rep;
-  benchmark::RunSpecifiedBenchmarks(&rep);
-  benchmark::Shutdown();
-  std::printf("\n");
-  auto op = rep.best.find("BM_enumerate_and_get_info");
-  auto floor = rep.best.find("BM_read_hal_conf_per_enclosure");
-  if (op != rep.best.end() && floor != rep.best.end() && floor->second > 0) {
-    double ratio = op->second / floor->second;
-    std::printf("ratio SE_Enumerate+SE_Get_Info x%d/read hal.conf x%d = %.2f (target <= 2.0) %s\n",
-                kEnclosures, kEnclosures, ratio, ratio <= 2.0 ? "ok" : "MISSED");
-  }
-  std::error_code ec;
-  std::filesystem::remove_all(g_root, ec);
+  bench::RatioReporter rep;
+  bench::run_all(argc, argv, 9, "0.05", rep);
+  rep.ratio("BM_enumerate_and_get_info", "BM_read_hal_conf_per_enclosure",
+            "SE_Enumerate+SE_Get_Info x24/read hal.conf x24", 2.0);
   return 0;
 }

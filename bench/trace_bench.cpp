@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "bayhal/ERR_TRACE.h"
+#include "bench/bench_run.h"
 #include "foundation/sysroot.h"
 
 namespace {
@@ -69,70 +70,17 @@ void BM_trace_written(benchmark::State& state) {
 }
 BENCHMARK(BM_trace_written);
 
-// Keeps the console output and remembers the fastest repetition of each benchmark.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.error_occurred) continue;
-      std::string name = r.run_name.function_name;
-      double t = r.GetAdjustedCPUTime();
-      auto it = best.find(name);
-      if (it == best.end() || t < it->second) best[name] = t;
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> best;
-};
-
-bool print_ratio(const RatioReporter& rep, const char* op, const char* floor, const char* what,
-                 double target) {
-  auto o = rep.best.find(op);
-  auto f = rep.best.find(floor);
-  if (o == rep.best.end() || f == rep.best.end() || f->second <= 0) return true;
-  double ratio = o->second / f->second;
-  std::printf("ratio %s = %.2f (target <= %.1f) %s\n", what, ratio, target,
-              ratio <= target ? "ok" : "MISSED");
-  return ratio <= target;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  char tmpl[] = "/tmp/bayhal-bench-XXXXXX";
-  if (::mkdtemp(tmpl) == nullptr) return 1;
-  g_root = tmpl;
-  for (const char* d : {"/var/log", "/var/lock", "/dev"})
-    std::filesystem::create_directories(g_root + d);
-  {
-    // The default mask, written out: the call then also compares the stamp.
-    FILE* f = std::fopen(rooted("/var/log/hal_lib.log.conf").c_str(), "w");
-    if (f == nullptr) return 1;
-    std::fputs("0xFFCB\n", f);
-    std::fclose(f);
-  }
-  ::setenv("HAL_ROOT", g_root.c_str(), 1);
-
-  std::vector<char*> args{argv[0]};
-  std::string reps = "--benchmark_repetitions=15";
-  std::string interleave = "--benchmark_enable_random_interleaving=true";
-  std::string min_time = "--benchmark_min_time=0.02";
-  args.push_back(reps.data());
-  args.push_back(interleave.data());
-  args.push_back(min_time.data());
-  for (int i = 1; i < argc; ++i) args.push_back(argv[i]);  // the caller's flags win
-  int n = static_cast<int>(args.size());
-  benchmark::Initialize(&n, args.data());
-
-  RatioReporter rep;
-  benchmark::RunSpecifiedBenchmarks(&rep);
-  benchmark::Shutdown();
-  std::printf("\n");  // past the reporter's trailing colour reset
-  print_ratio(rep, "BM_trace_filtered", "BM_stat_control_file",
-              "filtered ERR_TRACE/stat of the control file", 1.2);
-  print_ratio(rep, "BM_trace_written", "BM_locked_append_floor",
-              "written ERR_TRACE/locked fopen-fputs-fclose append", 1.3);
-  std::error_code ec;
-  std::filesystem::remove_all(g_root, ec);
+  bench::BenchRoot root({"/dev"});
+  if (!root.ok()) return 1;
+  g_root = root.dir();
+  bench::RatioReporter rep;
+  bench::run_all(argc, argv, 15, "0.02", rep);
+  rep.ratio("BM_trace_filtered", "BM_stat_control_file",
+            "filtered ERR_TRACE/stat of the control file", 1.2, true);
+  rep.ratio("BM_trace_written", "BM_locked_append_floor",
+            "written ERR_TRACE/locked fopen-fputs-fclose append", 1.3, true);
   return 0;
 }

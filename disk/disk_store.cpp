@@ -31,7 +31,7 @@ std::string boot_store_file(const char* dir) {
     if (path.back() != '/') path += '/';
     return path + "hal.conf";
   }
-  return kHalConfFile;
+  return kHalConf;
 }
 
 std::string section_for(int port_id) {

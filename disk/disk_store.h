@@ -6,14 +6,15 @@
 #include <string_view>
 
 #include "bayhal/PD.h"
+#include "foundation/store_files.h"
 
 namespace bayhal::disk {
 
-inline constexpr const char* kIndex = "Index";
+using bayhal::kHalConf;
+using bayhal::kIndex;
+using bayhal::kModelConf;
 inline constexpr const char* kPdBitmap = "pd_bitmap";
 inline constexpr const char* kVirtualBitmap = "virtual_pd_bitmap";
-inline constexpr const char* kHalConfFile = "/etc/hal.conf";
-inline constexpr const char* kModelConfFile = "/etc/model.conf";
 inline constexpr const char* kPerformanceConf = "/etc/config/disk_performance.conf";
 
 // "/etc/enclosure_<id>.conf", or "<dir>/enclosure_<id>.conf" for a rescan folder.

@@ -22,7 +22,7 @@
 namespace {
 
 int boot_name(char* buf, int size) {
-  return bayhal::disk::get_text(bayhal::disk::kHalConfFile, bayhal::disk::boot_section(0),
+  return bayhal::disk::get_text(bayhal::disk::kHalConf, bayhal::disk::boot_section(0),
                                 "pd_sys_name", buf, size);
 }
 

@@ -32,7 +32,7 @@ void set_ext_port(const std::string& file, int n, const std::string& value) {
 // The mini-SAS port (from 0) of the card whose lanes lead to `pd_sys_id`, or -1.
 int find_card_port(int pcie_slot, std::string_view pd_sys_id) {
   std::string slot_section = "System PCIE SLOT " + std::to_string(pcie_slot);
-  auto slot = ini::read_section(kModelConfFile, slot_section);
+  auto slot = ini::read_section(kModelConf, slot_section);
   if (!slot) return -1;
   const std::string_view* bus = slot->find("DEV_BUS");
   if (bus == nullptr) return -1;

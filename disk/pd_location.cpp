@@ -18,7 +18,7 @@ constexpr int kRootEncId = 0;
 // section "Usb Port <n>" of the model description); which ports face the front is board data.
 bool is_front_usb_port(int port) {
   if (port < 1) return false;
-  auto s = bayhal::ini::read_section(bayhal::disk::kModelConfFile, "Usb Port " + std::to_string(port));
+  auto s = bayhal::ini::read_section(bayhal::disk::kModelConf, "Usb Port " + std::to_string(port));
   return s && s->get_int("FRONT_PORT").value_or(0) == 1;
 }
 

@@ -24,7 +24,7 @@ constexpr int kHzrProtocol = 11;
 constexpr int kMvsProtocol = 12;
 
 std::optional<std::string> model_key(const std::string& section, const std::string& key) {
-  auto s = ini::read_section(kModelConfFile, section);
+  auto s = ini::read_section(kModelConf, section);
   const std::string_view* v = s ? s->find(key) : nullptr;
   if (v == nullptr || v->empty()) return std::nullopt;
   return std::string(*v);
@@ -75,11 +75,11 @@ std::optional<std::string> slot_name(int enc_id, int port_id) {
   int protocol = enc_protocol(enc_id);
   if (protocol == kMvsProtocol) {
     std::string model = enc_model(enc_id);
-    auto count = ini::read_section(kModelConfFile, "External Enclosure");
+    auto count = ini::read_section(kModelConf, "External Enclosure");
     long long types = count ? count->get_int("MAX_SUPPORT_TYPE_COUNT").value_or(0) : 0;
     for (long long t = 1; t <= types && t <= 64; ++t) {
       std::string section = "External Type " + std::to_string(t);
-      auto s = ini::read_section(kModelConfFile, section);
+      auto s = ini::read_section(kModelConf, section);
       const std::string_view* m = s ? s->find("MODEL") : nullptr;
       if (m == nullptr || *m != model) continue;
       const std::string_view* name = s->find("SLOT_NAME_" + std::to_string(slot));
@@ -109,7 +109,7 @@ std::string log_name(int enc_id, int port_id) {
     return format("%s: PCIe %d SSD %d", log, pcie, port_id) ;
   }
   if (sys == "root_usb") {
-    auto id = ini::read_section(kModelConfFile, "Usb Port " + std::to_string(port_id));
+    auto id = ini::read_section(kModelConf, "Usb Port " + std::to_string(port_id));
     int shown = static_cast<int>(id ? id->get_int("SLOT_ID").value_or(port_id) : port_id);
     return format("%s port %d", log, shown);
   }

@@ -151,14 +151,14 @@ BAYHAL_EXPORT int PD_Get_Boot_Disk_Serial_No(int number, char* buf, int size) {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, number);
   if (bayhal::disk::usable_buffer(buf, size)) buf[0] = '\0';
   if (number < 0) return -1;
-  return get_text(bayhal::disk::kHalConfFile, bayhal::disk::boot_section(number), "serial_no",
+  return get_text(bayhal::disk::kHalConf, bayhal::disk::boot_section(number), "serial_no",
                   buf, size);
 }
 
 BAYHAL_EXPORT int PD_Get_Boot_Disk_Capacity(int number, long long* capacity, int* sector_size) {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, number);
   if (number < 0) return -1;
-  return capacity_of(bayhal::disk::kHalConfFile, bayhal::disk::boot_section(number), capacity,
+  return capacity_of(bayhal::disk::kHalConf, bayhal::disk::boot_section(number), capacity,
                      sector_size);
 }
 

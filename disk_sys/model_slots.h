@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-namespace bayhal {
+#include "foundation/store_files.h"
 
-inline constexpr const char* kModelConf = "/etc/model.conf";
+namespace bayhal {
 
 // "DISK_DRV_TYPE" codes of "System Enclosure".
 enum DiskDrvType {

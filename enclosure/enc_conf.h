@@ -4,14 +4,13 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/store_files.h"
+
 namespace bayhal {
 
-inline constexpr const char* kHalConf = "/etc/hal.conf";
 inline constexpr const char* kEncMap = "/etc/config/enclosure.map";
 inline constexpr const char* kSeDetached = "/tmp/.se_detached";
-inline constexpr const char* kModelConf = "/etc/model.conf";
 inline constexpr const char* kSysdefConf = "/etc/config/sysdef.conf";
-inline constexpr const char* kIndex = "Index";
 inline constexpr const char* kEncBitmap = "enc_bitmap";
 
 // The largest id an internal enclosure allocated from bit 0 may get.

@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "foundation/smbios.h"
+#include "foundation/store_files.h"
 
 namespace bayhal {
 
-inline constexpr char kModelConf[] = "/etc/model.conf";
 inline constexpr char kBoardTable[] = "/etc/model_board_table.conf";
 inline constexpr char kSystemEnclosure[] = "System Enclosure";
 inline constexpr char kNotAvailable[] = "device identification data is not available.";

@@ -22,11 +22,21 @@ bool is_command_boundary(char c) {
          c == '\n';
 }
 
+// The appliance's own management programs and scripts. Under a system root they run only as
+// stand-ins: a sandboxed library must never reach the host's udev, disks or services.
+bool is_appliance_program(std::string_view program) {
+  for (std::string_view dir : {"/sbin/", "/usr/sbin/", "/etc/", "/usr/local/"})
+    if (program.starts_with(dir)) return true;
+  return false;
+}
+
 std::string resolve_program(std::string_view program) {
   if (program.empty() || program.front() != '/' || sys_root().empty()) return std::string(program);
   std::string candidate = sys_path(program);
   struct stat st {};
   if (::stat(candidate.c_str(), &st) == 0 && S_ISREG(st.st_mode)) return candidate;
+  // Without a stand-in the rooted path is kept: the call then fails as "not found".
+  if (is_appliance_program(program)) return candidate;
   return std::string(program);
 }
 

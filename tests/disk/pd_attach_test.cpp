@@ -101,6 +101,7 @@ TEST_F(PdAttach, DetachKeepsHistoryAndTheReturningDiskIsRecognised) {
   set_runner(&real);
   root.stand_in("/etc/init.d/pd_detach");
   root.stand_in("/sbin/udevadm");
+  root.stand_in("/sbin/storage_util");
   plug("sdb", 3, "WD-BACK");
   ASSERT_EQ(PD_Sys_Attach("root", "sdb"), 0);
   ASSERT_EQ(PD_Sys_Detach("root", "sdb"), 0);
@@ -228,6 +229,7 @@ TEST_F(PdAttach, DeviceTextNeverReachesAShellUnquoted) {
   set_runner(&real);
   root.stand_in("/etc/init.d/pd_attach");
   root.stand_in("/sbin/udevadm");
+  root.stand_in("/sbin/storage_util");
   PD_INFO& d = plug("sdh", 5, "Q");
   disk::set_text(d.pd_sys_name, "/dev/sdh;touch${IFS}PWNED");
   ASSERT_EQ(PD_Sys_Attach("root", "sdh"), 0);

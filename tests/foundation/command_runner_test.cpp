@@ -1,5 +1,8 @@
 #include "foundation/command_runner.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "tests/support/sandbox_root.h"
 
 namespace bayhal {
@@ -47,6 +50,17 @@ TEST_F(CommandRunnerTest, MissingProgramAndSignalsAreReported) {
   EXPECT_EQ(runner().exec({"/sbin/does-not-exist"}), 127);
   EXPECT_EQ(runner().exec({"/bin/sh", "-c", "kill -9 $$"}), 128 + 9);
   EXPECT_EQ(runner().exec({}), -1);
+}
+
+// A sandbox never reaches the host's management programs: without a stand-in they are "not
+// found", while ordinary system tools stay the real ones.
+TEST_F(CommandRunnerTest, HostManagementProgramsAreNeverRunUnderARoot) {
+  ASSERT_EQ(::access("/bin/sh", X_OK), 0);
+  EXPECT_EQ(reroot_command_line("/sbin/sh -c true"), root.dir() + "/sbin/sh -c true");
+  EXPECT_EQ(WEXITSTATUS(runner().shell("/sbin/nonexistent-tool 2>/dev/null")), 127);
+  EXPECT_EQ(runner().exec({"/usr/sbin/nonexistent-tool"}), 127);
+  EXPECT_EQ(runner().exec({"/etc/init.d/pd_attach", "0", "3"}), 127);
+  EXPECT_EQ(runner().exec({"/bin/sh", "-c", "exit 3"}), 3);
 }
 
 TEST(RerootCommandLine, OnlyCommandPositionsAreRewritten) {

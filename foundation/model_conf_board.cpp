@@ -103,8 +103,9 @@ std::optional<unsigned> se_sys_get_board_id() {
     auto s = ini::read_section(kBoardTable, name);
     if (!s || !board_matches(*s, *bridge, cpu)) continue;
     const std::string_view* text = s->find("BOARD_ID");
+    std::string id_text(text ? *text : std::string_view());
     char* end = nullptr;
-    long id = text ? std::strtol(std::string(*text).c_str(), &end, 0) : -1;  // decimal or 0x hexadecimal
+    long id = text ? std::strtol(id_text.c_str(), &end, 0) : -1;  // decimal or 0x hexadecimal
     if (text == nullptr || text->empty() || *end != '\0' || id < 0 || id > long{kMaxModel}) {
       ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): [%s] of %s has no usable BOARD_ID\n", __func__,
                 __LINE__, name.c_str(), kBoardTable);

@@ -77,9 +77,9 @@ ini::Bitmap bitmap_in(std::string_view text, const std::string& key) {
 Keys index_keys(const PD_INFO& info, int port_id);
 void fill_section(Claim& c);
 
-// Under the store's write lock: picks the identifier, sets its bit and the disk's index
-// keys in one replacement of the file, so two writers never get the same id and a taken
-// id is refused before anything is written.
+// Under the store's write lock: picks the identifier and sets its bit, the disk's index keys
+// and its section in one replacement of the file, so two writers never get the same id and
+// a taken id is refused before anything is written.
 int decide_id(std::string_view text, ini::Edit& edit, Claim& c) {
   ini::Bitmap pd = bitmap_in(text, disk::kPdBitmap);
   int id = c.port_id;

@@ -13,6 +13,12 @@ bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\f' |
 
 }  // namespace
 
+void StoreText::assign(std::string_view text) {
+  indexed_ = false;
+  headers_.clear();
+  buf_.assign(text);
+}
+
 bool StoreText::load(const char* file) {
   indexed_ = false;
   headers_.clear();

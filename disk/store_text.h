@@ -4,7 +4,6 @@
 // Lines are classified by the store's own rules (ini::classify), so a section, a key and
 // "first occurrence wins" mean exactly what they mean to the store.
 #pragma once
-#include <memory>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -19,6 +18,8 @@ class StoreText {
   // Reads `file` (an appliance path, resolved under the system root). False when it is
   // missing or unreadable; the view is then empty.
   bool load(const char* file);
+  // Takes `text` as the store's contents (a copy), as if it had been read.
+  void assign(std::string_view text);
   std::string_view text() const { return buf_.view(); }
 
   // Calls fn(key, value) for every key line of `section` in file order ("" is the unnamed

@@ -68,6 +68,28 @@ int replace_file(const char* who, const std::string& target, std::string_view da
   return 0;
 }
 
+// Applies `edit` and then each edit chained to it, each to the previous result; `now` is the
+// final text, in one of this thread's two edit buffers.
+EditResult apply_chain(std::string_view text, const Edit& edit, std::string_view& now,
+                       size_t* bad_line) {
+  thread_local std::string out;
+  thread_local std::string next;
+  bool changed = false;
+  now = text;
+  for (size_t i = 0; i <= edit.then.size(); ++i) {
+    const Edit& step = i == 0 ? edit : edit.then[i - 1];
+    // Each step reads the previous result and writes the other buffer.
+    std::string& dest = changed && now.data() == out.data() ? next : out;
+    EditResult r = apply_edit(now, step, dest, bad_line);
+    if (r == EditResult::not_ini) return r;
+    if (r == EditResult::changed) {
+      changed = true;
+      now = dest;
+    }
+  }
+  return changed ? EditResult::changed : EditResult::unchanged;
+}
+
 }  // namespace
 
 void FileBuffer::grow(size_t want) {
@@ -118,6 +140,13 @@ int FileBuffer::read_from(int fd, const char* path, const char* who) {
     // A short read of a regular file is its end; the room left over saves a second call.
     if (n == 0 || len_ < cap_) return 1;
   }
+}
+
+void FileBuffer::assign(std::string_view text) {
+  len_ = 0;
+  grow(text.size());
+  if (!text.empty()) std::memcpy(data_.get(), text.data(), text.size());
+  len_ = text.size();
 }
 
 FileBuffer& read_buffer() {
@@ -178,29 +207,18 @@ int locked_update(const char* who, const char* file,
   Edit edit;
   int rc = decide(in.view(), edit, ctx);
   if (rc < 0) return rc;
-  thread_local std::string out;
-  thread_local std::string next;
+  std::string_view now;
   size_t bad_line = 0;
-  bool changed = false;
-  std::string_view now = in.view();
-  for (size_t i = 0; i <= edit.then.size(); ++i) {
-    const Edit& step = i == 0 ? edit : edit.then[i - 1];
-    // Each step reads the previous result and writes the other buffer.
-    std::string& dest = changed && now.data() == out.data() ? next : out;
-    switch (apply_edit(now, step, dest, &bad_line)) {
-      case EditResult::unchanged:
-        continue;
-      case EditResult::not_ini:
-        ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is not an INI file (line %zu), left as it is\n", who,
-                  file, bad_line);
-        return -1;
-      case EditResult::changed:
-        changed = true;
-        now = dest;
-        break;
-    }
+  switch (apply_chain(in.view(), edit, now, &bad_line)) {
+    case EditResult::unchanged:
+      return 0;
+    case EditResult::not_ini:
+      ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is not an INI file (line %zu), left as it is\n", who,
+                file, bad_line);
+      return -1;
+    case EditResult::changed:
+      break;
   }
-  if (!changed) return 0;
   return replace_file(who, target, now, mode, is_persistent(file)) == 0 ? 1 : -1;
 }
 

@@ -18,6 +18,8 @@ class FileBuffer {
   std::string_view view() const { return {data_.get(), len_}; }
   // Reads the whole file: 1 read, 0 missing, -1 error (traced as `who`).
   int load(const char* path, const char* who);
+  // Takes `text` (a copy) as if it had been read.
+  void assign(std::string_view text);
   // The same from an open descriptor: 1 read, -1 error.
   int read_from(int fd, const char* path, const char* who);
   void clear() { len_ = 0; }

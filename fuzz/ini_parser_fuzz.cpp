@@ -54,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::vector<std::string> names = section_names(text);
   names.insert(names.begin(), "");
   for (size_t i = 0; i < names.size() && i < 4; ++i) {
-    std::vector<std::pair<std::string, std::string>> keys;
+    std::vector<std::pair<std::string_view, std::string_view>> keys;
     collect_section(text, names[i], keys);
     for (size_t k = 0; k < keys.size() && k < 4; ++k) {
       std::string_view v;

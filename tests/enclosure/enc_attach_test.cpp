@@ -10,6 +10,7 @@
 #include "enclosure/enc_attach.h"
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_store.h"
+#include "foundation/store_files.h"
 #include "ini/ini_store.h"
 #include "sim/sysfs_builder.h"
 #include "tests/enclosure/enc_fakes.h"
@@ -20,7 +21,6 @@ namespace bayhal::test {
 namespace {
 
 using Names = std::vector<std::string>;
-constexpr const char* kHal = "/etc/hal.conf";
 
 class EncAttachTest : public SandboxTest {
  protected:
@@ -54,7 +54,7 @@ class EncAttachTest : public SandboxTest {
     return id;
   }
   bool has_section(int enc_id) {
-    return ini::read_section(kHal, "Enclosure_" + std::to_string(enc_id)).has_value();
+    return ini::read_section(kHalConf, "Enclosure_" + std::to_string(enc_id)).has_value();
   }
   void attach_root() { ASSERT_EQ(SE_Sys_Attach("root", 0), 0); }
 
@@ -70,10 +70,10 @@ TEST_F(EncAttachTest, RootAttachRegistersScansAndTagsForUdev) {
   EXPECT_EQ(se_lookup_id("root"), 0);
   EXPECT_EQ(disks.scans, Names{"0"});
   EXPECT_EQ(runner.execs_of("/sbin/udevadm"), Names{"/sbin/udevadm|control|--env=root=enc"});
-  std::string before = root.read(kHal);
+  std::string before = root.read(kHalConf);
   EXPECT_EQ(SE_Sys_Attach("root", 0), -1);  // already registered
   EXPECT_EQ(se_attach("root", 0), -1);
-  EXPECT_EQ(root.read(kHal), before);
+  EXPECT_EQ(root.read(kHalConf), before);
   EXPECT_EQ(disks.scans.size(), 1u);
   EXPECT_EQ(SE_Sys_Attach(nullptr, 0), -1);
   EXPECT_EQ(SE_Sys_Attach("bad=id", 0), -1);
@@ -100,8 +100,8 @@ TEST_F(EncAttachTest, ParentIsAttachedFirst) {
   EXPECT_EQ(child, 33);
   EXPECT_EQ(se_get_stack_id(id_of(1).c_str()), 1);
   EXPECT_EQ(se_get_stack_id(id_of(9).c_str()), 2);
-  EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHal, "Enclosure_32", "child_bitmap", 33));
-  EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHal, "Enclosure_0", "child_bitmap", 32));
+  EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHalConf, "Enclosure_32", "child_bitmap", 33));
+  EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHalConf, "Enclosure_0", "child_bitmap", 32));
   EXPECT_EQ(backend.calls, (Names{"7seg " + id_of(1) + " 32", "7seg " + id_of(9) + " 33"}));
 }
 
@@ -147,12 +147,12 @@ TEST_F(EncAttachTest, DetachTakesChildrenFirstWithTheirDisks) {
   EXPECT_EQ(disks.detaches, expected);
   for (int id : {parent, c1, c2}) {
     EXPECT_FALSE(has_section(id));
-    EXPECT_FALSE(bit_set(kHal, id));
+    EXPECT_FALSE(bit_set(kHalConf, id));
     EXPECT_TRUE(bit_set("/etc/config/enclosure.map", id));  // kept for their return
     EXPECT_FALSE(root.exists("/etc/enclosure_" + std::to_string(id) + ".conf"));
   }
-  EXPECT_FALSE(Ini_Conf_Bitmap_Is_Bit_Set(kHal, "Enclosure_0", "child_bitmap", 32));
-  EXPECT_EQ(ini_get(kHal, "Index", ("enc_sysid_" + id_of(7)).c_str()), "<absent>");
+  EXPECT_FALSE(Ini_Conf_Bitmap_Is_Bit_Set(kHalConf, "Enclosure_0", "child_bitmap", 32));
+  EXPECT_EQ(ini_get(kHalConf, "Index", ("enc_sysid_" + id_of(7)).c_str()), "<absent>");
   EXPECT_EQ(se_lookup_id("root"), 0);
 }
 
@@ -196,11 +196,11 @@ TEST_F(EncAttachTest, ReleasedEnclosureForgetsItsDisks) {
 
 TEST_F(EncAttachTest, UnknownIdentityDetachChangesNothing) {
   attach_root();
-  std::string before = root.read(kHal);
+  std::string before = root.read(kHalConf);
   EXPECT_EQ(SE_Sys_Detach("5999999999999999"), -1);
   EXPECT_EQ(SE_Sys_Pre_Detach("5999999999999999"), -1);
   EXPECT_EQ(SE_Sys_Detach(nullptr), -1);
-  EXPECT_EQ(root.read(kHal), before);
+  EXPECT_EQ(root.read(kHalConf), before);
   EXPECT_TRUE(disks.detaches.empty());
 }
 
@@ -215,14 +215,14 @@ TEST_F(EncAttachTest, TypedFormOnlyForAnMvUnitOverUsb) {
   sysfs.usb_device(hub, 1, mv);
   sysfs.usb_device(hub, 2, sim::UsbSpec(0x1e4e, 0x0200, "Bay", "TR"));
   attach_root();
-  std::string before = root.read(kHal);
+  std::string before = root.read(kHalConf);
   for (const char* ignored : {"usb_2-1_type_2_5", "usb_2-1_type_1_0", "usb_2-1_type_x"}) {
     SCOPED_TRACE(ignored);
     EXPECT_EQ(se_attach(ignored, 0), 0);
-    EXPECT_EQ(root.read(kHal), before);
+    EXPECT_EQ(root.read(kHalConf), before);
   }
   EXPECT_EQ(se_attach("usb_2-2_type_1_5", 0), -1);  // not an MV model
-  EXPECT_EQ(root.read(kHal), before);
+  EXPECT_EQ(root.read(kHalConf), before);
   EXPECT_EQ(se_attach("usb_2-1_type_1_5", 0), 0);
   int id = se_lookup_id("usb_2-1");
   ASSERT_EQ(id, 32);
@@ -235,7 +235,7 @@ TEST_F(EncAttachTest, TypedFormOnlyForAnMvUnitOverUsb) {
   EXPECT_EQ(ini_get("/etc/config/enclosure.map", "Index", "enc_32"), "MV-J4-0001");
   // Again, after the unit is registered: the record is updated in place.
   EXPECT_EQ(se_attach("usb_2-1_type_1_3", 0), 0);
-  EXPECT_EQ(ini_get(kHal, "Enclosure_32", "mv_bus_speed"), "3");
+  EXPECT_EQ(ini_get(kHalConf, "Enclosure_32", "mv_bus_speed"), "3");
   EXPECT_EQ(se_lookup_id("usb_2-1"), 32);
 }
 
@@ -286,16 +286,16 @@ TEST_F(EncAttachTest, ConcurrentAttachAndDetachLeaveAConsistentStore) {
   }
   EXPECT_EQ(Ini_Conf_Bitmap_Get_Set_Count("/etc/config/enclosure.map", "Index", "enc_bitmap"),
             1 + 2 * kProcs);
-  auto sections = ini::list_sections(kHal);
+  auto sections = ini::list_sections(kHalConf);
   EXPECT_EQ(std::count_if(sections.begin(), sections.end(),
                           [](const std::string& s) { return s.rfind("Enclosure_", 0) == 0; }),
             1 + kProcs);
   // Every detached child is gone from root's child list, every remaining one is in it.
   for (int p = 0; p < kProcs; ++p) {
     int kept = se_lookup_id(id_of(2 * p + 2).c_str());
-    EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHal, "Enclosure_0", "child_bitmap", kept));
+    EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHalConf, "Enclosure_0", "child_bitmap", kept));
   }
-  EXPECT_EQ(Ini_Conf_Bitmap_Get_Set_Count(kHal, "Enclosure_0", "child_bitmap"), kProcs);
+  EXPECT_EQ(Ini_Conf_Bitmap_Get_Set_Count(kHalConf, "Enclosure_0", "child_bitmap"), kProcs);
 }
 
 }  // namespace

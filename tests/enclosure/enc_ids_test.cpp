@@ -6,13 +6,13 @@
 
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_store.h"
+#include "foundation/store_files.h"
 #include "tests/enclosure/enc_test_util.h"
 
 namespace bayhal::test {
 namespace {
 
 constexpr const char* kMap = "/etc/config/enclosure.map";
-constexpr const char* kHal = "/etc/hal.conf";
 
 class EncIdsTest : public SandboxTest {
  protected:
@@ -24,8 +24,8 @@ class EncIdsTest : public SandboxTest {
   }
   // Forgets an enclosure the way a detach does: record gone, persistent map kept.
   void unplug(int id, const char* sys_id) {
-    Ini_Conf_Remove_Section(kHal, ("Enclosure_" + std::to_string(id)).c_str());
-    Ini_Conf_Remove_Field(kHal, "Index", (std::string("enc_sysid_") + sys_id).c_str());
+    Ini_Conf_Remove_Section(kHalConf, ("Enclosure_" + std::to_string(id)).c_str());
+    Ini_Conf_Remove_Field(kHalConf, "Index", (std::string("enc_sysid_") + sys_id).c_str());
     se_detach_release_bit(id);
   }
   static SE_ENC_INFO jbod(const char* sys_id, unsigned char wwn_tail) {
@@ -47,7 +47,7 @@ TEST_F(EncIdsTest, FreshSystemGivesRootIdZeroAndStackZero) {
   EXPECT_EQ(ini_get(kMap, "Index", "enc_uid_root"), "0");
   EXPECT_EQ(ini_get(kMap, "Index", "0"), "enc_uid_root");
   EXPECT_TRUE(bit_set(kMap, 0));
-  EXPECT_TRUE(bit_set(kHal, 0));
+  EXPECT_TRUE(bit_set(kHalConf, 0));
   EXPECT_EQ(se_get_stack_id("root"), 0);
 }
 
@@ -99,11 +99,11 @@ TEST_F(EncIdsTest, JbodKeepsItsIdAcrossUnplugEvenWhenLowerIdsAreFree) {
   unplug(32, a.enc_sys_id);
   ASSERT_EQ(SE_Release_Id(32), 0);  // a is gone for good: 32 is free again
   unplug(34, c.enc_sys_id);
-  EXPECT_FALSE(bit_set(kHal, 34));
+  EXPECT_FALSE(bit_set(kHalConf, 34));
   EXPECT_TRUE(bit_set(kMap, 34));
   SE_ENC_INFO again = jbod("5001020304050603", 3);
   EXPECT_EQ(attach(again), 34);
-  EXPECT_TRUE(bit_set(kHal, 34));
+  EXPECT_TRUE(bit_set(kHalConf, 34));
   SE_ENC_INFO fresh = jbod("5001020304050609", 9);
   EXPECT_EQ(attach(fresh), 32);
 }
@@ -208,7 +208,7 @@ TEST_F(EncIdsTest, GlobalDiskIdsAndTheWwnIndex) {
   EXPECT_EQ(se_get_enc_pd_id(131077, nullptr, &port), -1);
 
   ASSERT_EQ(se_write_pd_wwn_index(2, 5, "5000C500AABBCCDD"), 0);
-  EXPECT_EQ(ini_get(kHal, "Index", "pd_wwn_5000C500AABBCCDD"), "00020005");
+  EXPECT_EQ(ini_get(kHalConf, "Index", "pd_wwn_5000C500AABBCCDD"), "00020005");
   enc = port = -1;
   ASSERT_EQ(se_read_pd_wwn_index("5000C500AABBCCDD", &enc, &port), 0);
   EXPECT_EQ(enc, 2);
@@ -265,7 +265,7 @@ TEST_F(EncIdsTest, RememberedEnclosureRefusedByTheStackRuleLeavesNoMark) {
   unplug(32, "tb_1");
   SE_ENC_INFO lost = make_record("tb_1", 0, SE_PROTOCOL_TBT, "tb_9");
   EXPECT_EQ(attach(lost), -1);
-  EXPECT_FALSE(bit_set(kHal, 32));
+  EXPECT_FALSE(bit_set(kHalConf, 32));
   EXPECT_NE(trace_log(root).find("the parent stack id -1 is illegal"), std::string::npos);
 }
 
@@ -292,11 +292,11 @@ TEST_F(EncIdsTest, MapImportExportAndSync) {
   SE_ENC_INFO j = jbod("5001020304050601", 1);
   ASSERT_EQ(attach(j), 32);
   // A new boot: hal.conf is rebuilt from nothing.
-  root.write(kHal, "");
-  EXPECT_FALSE(bit_set(kHal, 32));
+  root.write(kHalConf, "");
+  EXPECT_FALSE(bit_set(kHalConf, 32));
   ASSERT_EQ(SE_Import_Enc_Map(), 0);
-  EXPECT_TRUE(bit_set(kHal, 0));
-  EXPECT_TRUE(bit_set(kHal, 32));
+  EXPECT_TRUE(bit_set(kHalConf, 0));
+  EXPECT_TRUE(bit_set(kHalConf, 32));
 
   // Lost map: sync seeds it from hal.conf, export fills in the identities.
   ASSERT_EQ(se_release_id_in_persistent_mapping(-1), 0);
@@ -308,7 +308,7 @@ TEST_F(EncIdsTest, MapImportExportAndSync) {
   ASSERT_EQ(SE_Export_Enc_Map(), 0);
   EXPECT_EQ(ini_get(kMap, "Index", "enc_uid_root"), "0");
   // An existing map is never overwritten by sync.
-  Ini_Conf_Bitmap_Set_Bit(kHal, "Index", "enc_bitmap", 40);
+  Ini_Conf_Bitmap_Set_Bit(kHalConf, "Index", "enc_bitmap", 40);
   se_sync_enc_bitmap();
   EXPECT_FALSE(bit_set(kMap, 40));
 }

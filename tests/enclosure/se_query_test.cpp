@@ -15,7 +15,6 @@ namespace bayhal::test {
 namespace {
 
 using Names = std::vector<std::string>;
-constexpr const char* kHal = "/etc/hal.conf";
 
 class SeQueryTest : public SandboxTest {
  protected:
@@ -26,7 +25,7 @@ class SeQueryTest : public SandboxTest {
     info.status = status;
     info.max_disk_num = 8;
     ASSERT_EQ(se_write_conf(id, &info), 0);
-    Ini_Conf_Bitmap_Set_Bit(kHal, "Index", "enc_bitmap", id);
+    Ini_Conf_Bitmap_Set_Bit(kHalConf, "Index", "enc_bitmap", id);
   }
   // A typical appliance: root, cache, a PCIe card, USB, a JBOD being removed, iSCSI, a PX
   // unit, an MV unit and a SAS JBOD.
@@ -210,7 +209,7 @@ TEST_F(SeQueryTest, DiskCountFollowsTheStoreAndMultiDiskAdapters) {
 }
 
 TEST_F(SeQueryTest, FanRegionEnumerationReadsOnePastTheCount) {
-  root.write(kHal,
+  root.write(kHalConf,
              "[Enclosure_0]\nenc_id = 0\nenc_sys_id = root\nmax_fan_num = 2\nmax_cpu_fan_num = 0\n"
              "max_sys_extra_region_count = 1\nregion1_max_fan_num = 3\nregion2_max_fan_num = 1\n"
              "[Enclosure_1]\nenc_id = 1\nenc_sys_id = root_x\nmax_fan_num = 0\n"
@@ -291,7 +290,7 @@ TEST_F(SeQueryTest, FanSteppingReadsSettingsAndSetsPwmBetweenTheBounds) {
 
 TEST_F(SeQueryTest, ForwardersResolveTheIdentityAndPassArgumentsAndResults) {
   populate();
-  Ini_Conf_Set_Field(kHal, "Enclosure_36", "bsg_name", "expander-2:0");
+  Ini_Conf_Set_Field(kHalConf, "Enclosure_36", "bsg_name", "expander-2:0");
   // Pending back-end: -1 and the "not implement" trace naming the operation.
   EXPECT_EQ(SE_Set_Buzzer(0, 3), -1);
   EXPECT_NE(trace_log(root).find("se_sys_set_buzzer("), std::string::npos);
@@ -315,9 +314,9 @@ TEST_F(SeQueryTest, RealSysIdIsClearedOnlyWhenItMatches) {
   std::strcpy(info.real_sys_id, "sg4");
   se_write_conf(0, &info);
   EXPECT_EQ(Clear_Real_Sys_Id_by_Enc_ID(0, "sg5"), 0);
-  EXPECT_EQ(ini_get(kHal, "Enclosure_0", "real_sys_id"), "sg4");
+  EXPECT_EQ(ini_get(kHalConf, "Enclosure_0", "real_sys_id"), "sg4");
   EXPECT_EQ(Clear_Real_Sys_Id_by_Enc_ID(0, "sg4"), 0);
-  EXPECT_EQ(ini_get(kHal, "Enclosure_0", "real_sys_id"), "<absent>");
+  EXPECT_EQ(ini_get(kHalConf, "Enclosure_0", "real_sys_id"), "<absent>");
   EXPECT_EQ(Clear_Real_Sys_Id_by_Enc_ID(0, nullptr), -1);
 }
 

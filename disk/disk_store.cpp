@@ -1,15 +1,20 @@
 #include "disk/disk_store.h"
 
-#include <cstdio>
+#include <charconv>
 
 namespace bayhal::disk {
 
 namespace {
 
-std::string format_int(const char* fmt, int value) {
-  char buf[64];
-  std::snprintf(buf, sizeof buf, fmt, value);
-  return buf;
+// prefix, the number in decimal, suffix: the names are built on every record read, where
+// a printf costs more than the rest of the name handling together.
+std::string numbered(std::string_view prefix, int value, std::string_view suffix = {}) {
+  char digits[12];
+  auto [end, ec] = std::to_chars(digits, digits + sizeof digits, value);
+  std::string out;
+  out.reserve(prefix.size() + static_cast<size_t>(end - digits) + suffix.size());
+  out.append(prefix).append(digits, end).append(suffix);
+  return out;
 }
 
 }  // namespace
@@ -18,12 +23,12 @@ std::string store_file(int enc_id, const char* dir) {
   if (dir != nullptr && *dir != '\0') {
     std::string path = dir;
     if (path.back() != '/') path += '/';
-    return path + format_int("enclosure_%d.conf", enc_id);
+    return path + numbered("enclosure_", enc_id, ".conf");
   }
-  return format_int("/etc/enclosure_%d.conf", enc_id);
+  return numbered("/etc/enclosure_", enc_id, ".conf");
 }
 
-std::string history_file(int enc_id) { return format_int("/etc/enclosure_%d_del.conf", enc_id); }
+std::string history_file(int enc_id) { return numbered("/etc/enclosure_", enc_id, "_del.conf"); }
 
 std::string boot_store_file(const char* dir) {
   if (dir != nullptr && *dir != '\0') {
@@ -36,15 +41,15 @@ std::string boot_store_file(const char* dir) {
 
 std::string section_for(int port_id) {
   if (is_virtual_id(port_id))
-    return format_int("VirtualDisk_%d", port_id - PD_VIRTUAL_PORT_ID_BASE);
+    return numbered("VirtualDisk_", port_id - PD_VIRTUAL_PORT_ID_BASE);
   return physical_section(port_id);
 }
 
-std::string physical_section(int port_id) { return format_int("PhysicalDisk_%d", port_id); }
+std::string physical_section(int port_id) { return numbered("PhysicalDisk_", port_id); }
 
-std::string boot_section(int number) { return format_int("BootDisk_%d", number); }
+std::string boot_section(int number) { return numbered("BootDisk_", number); }
 
-std::string member_bitmap_key(int slot) { return format_int("pd%d_member_bitmap", slot); }
+std::string member_bitmap_key(int slot) { return numbered("pd", slot, "_member_bitmap"); }
 
 IndexBit index_bit_for(int port_id) {
   if (is_member_id(port_id))

@@ -9,6 +9,7 @@
 #include "disk/disk_store.h"
 #include "disk/pd_fields.h"
 #include "ini/ini_conf_util.h"
+#include "ini/key_index.h"
 
 namespace bayhal::disk {
 
@@ -29,7 +30,7 @@ struct Field {
 #define PD_FIELD(k, kind, member, limit, req) \
   Field { k, kind, offsetof(PD_INFO, member), sizeof(PD_INFO::member), limit, req }
 
-// In the order the writer stores them, so a read finds each key at or just after the last.
+// In the order the writer stores them.
 constexpr std::array kFields = {
     PD_FIELD("port_id", Kind::i32, port_id, 0, true),
     PD_FIELD("att_phy_id", Kind::i32, att_phy_id, 0, true),
@@ -65,24 +66,9 @@ constexpr std::array kFields = {
 
 static_assert(kFields.size() <= 32, "the seen-mask holds 32 fields");
 
-// The field of `key`, searched from `cursor` (just after the previous hit) and then from
-// the start; -1 for any other key.
-int field_index(std::string_view key, size_t& cursor) {
-  auto match = [&](size_t i) { return kFields[i].key.size() == key.size() && kFields[i].key == key; };
-  for (size_t i = cursor; i < kFields.size(); ++i)
-    if (match(i)) {
-      cursor = i + 1;
-      return static_cast<int>(i);
-    }
-  for (size_t i = 0; i < cursor && i < kFields.size(); ++i)
-    if (match(i)) return static_cast<int>(i);
-  return -1;
-}
+constexpr ini::KeyIndex<64> kIndexOfKey(kFields);
 
-int field_index(std::string_view key) {
-  size_t from = 0;
-  return field_index(key, from);
-}
+int field_index(std::string_view key) { return kIndexOfKey.find(key); }
 
 void copy_text(unsigned char* field, size_t size, std::string_view text, size_t limit) {
   size_t n = std::min({text.size(), size - 1, limit - 1});
@@ -128,9 +114,8 @@ bool store(const Field& f, std::string_view value, PD_INFO* info, bool is_virtua
 bool fill_record(const StoreText& s, std::string_view section, int port_id, PD_INFO* info) {
   uint32_t seen = 0;
   bool virtual_id = is_virtual_id(port_id);
-  size_t cursor = 0;
   s.for_each_key(section, [&](std::string_view key, std::string_view value) {
-    int i = field_index(key, cursor);
+    int i = field_index(key);
     if (i < 0 || (seen & (1u << i))) return;
     seen |= 1u << i;
     if (!store(kFields[static_cast<size_t>(i)], value, info, virtual_id))

@@ -59,14 +59,10 @@ class StoreText {
 
 template <typename Fn>
 void StoreText::for_each_key_in(std::string_view body, Fn&& fn) {
-  size_t pos = 0;
-  while (pos < body.size()) {
-    size_t nl = body.find('\n', pos);
-    size_t end = nl == std::string_view::npos ? body.size() : nl;
-    ini::Line l = ini::classify(body.substr(pos, end - pos));
-    if (l.kind == ini::LineKind::key) fn(l.name, l.value);
-    pos = end + 1;
-  }
+  ini::scan_keys(body.data(), body.data() + body.size(), [&](std::string_view k, std::string_view v) {
+    fn(k, v);
+    return true;
+  });
 }
 
 template <typename Fn>

@@ -17,6 +17,7 @@
 #include "foundation/sysroot.h"
 #include "ini/ini_file.h"
 #include "ini/ini_text.h"
+#include "ini/key_index.h"
 
 namespace bayhal {
 namespace {
@@ -35,7 +36,7 @@ struct Field {
 #define DEC(key, field) Field{key, Kind::dec, offsetof(SE_ENC_INFO, field), 4}
 #define HEX(key, field) Field{key, Kind::hex, offsetof(SE_ENC_INFO, field), 4}
 
-// In the order the writer stores them, so a read finds each key at or just after the last.
+// In the order the writer stores them.
 constexpr Field kFields[] = {
     DEC("enc_id", enc_id),
     TEXT("enc_sys_id", enc_sys_id, 32),
@@ -83,15 +84,11 @@ static_assert(kFields[kEncId].key == "enc_id" && kFields[kEncSysId].key == "enc_
 #undef DEC
 #undef HEX
 
-const Field* field_of(std::string_view key, size_t& cursor) {
-  for (size_t i = cursor; i < std::size(kFields); ++i)
-    if (kFields[i].key == key) {
-      cursor = i + 1;
-      return &kFields[i];
-    }
-  for (size_t i = 0; i < cursor && i < std::size(kFields); ++i)
-    if (kFields[i].key == key) return &kFields[i];
-  return nullptr;
+constexpr ini::KeyIndex<64> kIndexOfKey(kFields);
+
+const Field* field_of(std::string_view key) {
+  int i = kIndexOfKey.find(key);
+  return i >= 0 ? &kFields[i] : nullptr;
 }
 
 // Stores one value; false when a number does not parse (the field is then left alone).
@@ -165,9 +162,8 @@ int se_read_conf(int enc_id, SE_ENC_INFO* info, bool traced) {
     if (!have) slot = v;
     have = true;
   };
-  size_t cursor = 0;
   ini::for_each_key(text, enc_section(enc_id), [&](std::string_view key, std::string_view value) {
-    if (const Field* f = field_of(key, cursor)) {
+    if (const Field* f = field_of(key)) {
       size_t i = static_cast<size_t>(f - kFields);
       if (seen[i]) return;  // the first occurrence of a key counts
       seen[i] = true;

@@ -1,5 +1,6 @@
 // Arbitrary bytes through the store's text layer. Beyond not crashing, checks what the
-// store relies on: a key found is the one a section read returns, an edit of an INI file
+// store relies on: the fast section scan reads what a line-by-line reading does, a key
+// found is the one a section read returns, an edit of an INI file
 // leaves an INI file in which the new value reads back, and bitmap text round-trips.
 #include <cstddef>
 #include <cstdint>
@@ -10,6 +11,7 @@
 #include "ini/ini_bitmap.h"
 #include "ini/ini_edit.h"
 #include "ini/ini_text.h"
+#include "tests/support/ini_reference.h"
 
 using namespace bayhal::ini;
 
@@ -51,9 +53,19 @@ void edits(std::string_view text, std::string_view section, std::string_view key
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string_view text(reinterpret_cast<const char*>(data), size);
   bool ini = is_ini(text);
+  std::vector<std::string> headers;
+  for_each_header(text, [&](std::string_view name, size_t, size_t) { headers.emplace_back(name); });
+  check(headers == headers_line_by_line(text));
   std::vector<std::string> names = section_names(text);
   names.insert(names.begin(), "");
   for (size_t i = 0; i < names.size() && i < 4; ++i) {
+    bool want_found = false;
+    KeyList want = read_line_by_line(text, names[i], want_found);
+    KeyList got;
+    bool found = for_each_key(text, names[i], [&](std::string_view k, std::string_view v) {
+      got.emplace_back(k, v);
+    });
+    check(found == want_found && got == want);
     std::vector<std::pair<std::string_view, std::string_view>> keys;
     collect_section(text, names[i], keys);
     for (size_t k = 0; k < keys.size() && k < 4; ++k) {

@@ -44,6 +44,17 @@ int lookup(const char* who, const char* file, const char* section, const char* k
 }
 
 bool parse_int(std::string_view text, bool hex, long long& out) {
+  // The store's own numbers first: up to 18 plain decimal digits cannot overflow.
+  if (!hex && !text.empty() && text.size() <= 18) {
+    unsigned long long v = 0;
+    size_t i = 0;
+    for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i)
+      v = v * 10 + static_cast<unsigned>(text[i] - '0');
+    if (i == text.size()) {
+      out = static_cast<long long>(v);
+      return true;
+    }
+  }
   std::string_view t = trim(text);
   bool neg = false;
   if (!hex && !t.empty() && (t.front() == '-' || t.front() == '+')) {

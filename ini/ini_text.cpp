@@ -1,5 +1,7 @@
 #include "ini/ini_text.h"
 
+#include "ini/ini_scan.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -7,8 +9,6 @@
 
 namespace bayhal::ini {
 namespace {
-
-bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v'; }
 
 // Section name of a line whose first non-blank character is '['; false when the line does
 // not close with ']'.
@@ -106,87 +106,40 @@ Line classify(std::string_view raw) {
   return l;
 }
 
-namespace {
-
-// Start of the next line at or after `p` whose first non-blank character is '['; `end`
-// when there is none. Outside the wanted section nothing but headers matters, so the scan
-// jumps from '[' to '[' instead of walking every line.
-const char* next_header_line(const char* begin, const char* p, const char* end) {
+const char* section_body(const char* begin, const char* end, std::string_view section) {
+  // Header names are trimmed and single-line: no other name can match one.
+  if (section.empty() || is_blank(section.front()) || is_blank(section.back()) ||
+      section.find('\n') != std::string_view::npos)
+    return nullptr;
+  // Only header lines matter here, so the scan jumps from '[' to '[' and checks each in
+  // place, without looking for its line's end unless the name matches.
+  const size_t n = section.size();
+  const char* p = begin;
   while (p < end) {
-    const char* b = static_cast<const char*>(std::memchr(p, '[', static_cast<size_t>(end - p)));
-    if (b == nullptr) return end;
+    const auto* b = static_cast<const char*>(std::memchr(p, '[', static_cast<size_t>(end - p)));
+    if (b == nullptr) return nullptr;
+    p = b + 1;
     const char* s = b;
     while (s > begin && is_blank(s[-1])) --s;
-    if (s == begin || s[-1] == '\n') return s;
-    p = b + 1;
+    if (s != begin && s[-1] != '\n') continue;  // not the line's first character
+    const char* q = b + 1;
+    while (q < end && is_blank(*q)) ++q;
+    if (static_cast<size_t>(end - q) <= n || !same_text({q, n}, section)) continue;
+    q += n;
+    while (q < end && is_blank(*q)) ++q;
+    if (q == end || *q != ']') continue;
+    ++q;
+    while (q < end && is_blank(*q)) ++q;
+    if (q == end) return end;
+    if (*q == '\n') return q + 1;
   }
-  return end;
+  return nullptr;
 }
-
-// Calls on_key(key, value) for the key lines of `section` in file order until it returns
-// false. Only the first block of a section counts, so the scan ends with it. Sets `found`
-// when the section exists (a header, or a key for the unnamed one).
-template <typename OnKey>
-void scan_section(std::string_view text, std::string_view section, bool& found, OnKey&& on_key) {
-  const char* begin = text.data();
-  const char* end = begin + text.size();
-  const char* p = begin;
-  bool inside = section.empty();
-  found = false;
-  while (p < end) {
-    if (!inside) p = next_header_line(begin, p, end);
-    if (p >= end) return;
-    const char* s = p;
-    while (s < end && is_blank(*s)) ++s;
-    if (s == end) return;
-    char c = *s;
-    if (c == '\n') {
-      p = s + 1;
-      continue;
-    }
-    if (c == '#' || c == ';' || c == '[') {
-      const char* nl = static_cast<const char*>(std::memchr(s, '\n', static_cast<size_t>(end - s)));
-      const char* le = nl != nullptr ? nl : end;
-      p = le + 1;
-      std::string_view name;
-      if (c != '[' || !header_name(trim(std::string_view(s, static_cast<size_t>(le - s))), name))
-        continue;
-      if (inside) return;  // the section's first block ends here
-      inside = name == section;
-      found = inside;
-      continue;
-    }
-    // A key line: its '=' is a few bytes in, then one jump to the line end.
-    const char* q = s;
-    while (q < end && *q != '=' && *q != '\n') ++q;
-    if (q == end) return;
-    if (*q == '\n' || q == s) {
-      const char* nl = *q == '\n' ? q : static_cast<const char*>(std::memchr(q, '\n', static_cast<size_t>(end - q)));
-      p = (nl != nullptr ? nl : end) + 1;
-      continue;
-    }
-    const char* ke = q;
-    while (ke > s && is_blank(ke[-1])) --ke;
-    const char* v = q + 1;
-    const char* nl = static_cast<const char*>(std::memchr(v, '\n', static_cast<size_t>(end - v)));
-    const char* le = nl != nullptr ? nl : end;
-    p = le + 1;
-    while (v < le && is_blank(*v)) ++v;
-    const char* ve = le;
-    while (ve > v && is_blank(ve[-1])) --ve;
-    found = true;
-    if (!on_key(std::string_view(s, static_cast<size_t>(ke - s)),
-                std::string_view(v, static_cast<size_t>(ve - v))))
-      return;
-  }
-}
-
-}  // namespace
 
 bool find_value(std::string_view text, std::string_view section, std::string_view key,
                 std::string_view& value) {
-  bool found_section = false, hit = false;
-  scan_section(text, section, found_section, [&](std::string_view k, std::string_view v) {
+  bool hit = false;
+  scan_section(text, section, [&](std::string_view k, std::string_view v) {
     if (k != key) return true;
     value = v;
     hit = true;
@@ -214,8 +167,7 @@ bool collect_section(std::string_view text, std::string_view section,
   size_t first = out.size();
   // A 256-bit filter of the keys seen so far spares nearly all duplicate checks.
   uint64_t seen[4] = {};
-  bool found = false;
-  scan_section(text, section, found, [&](std::string_view k, std::string_view v) {
+  return scan_section(text, section, [&](std::string_view k, std::string_view v) {
     uint64_t h = key_hash(k);
     uint64_t& word = seen[(h >> 6) & 3];
     uint64_t bit = uint64_t{1} << (h & 63);
@@ -226,26 +178,6 @@ bool collect_section(std::string_view text, std::string_view section,
     out.emplace_back(k, v);
     return true;
   });
-  return found;
-}
-
-bool for_each_key(std::string_view text, std::string_view section,
-                  void (*fn)(std::string_view key, std::string_view value, void* ctx), void* ctx) {
-  bool found = false;
-  scan_section(text, section, found, [&](std::string_view k, std::string_view v) {
-    fn(k, v, ctx);
-    return true;
-  });
-  return found;
-}
-
-bool for_each_key_while(std::string_view text, std::string_view section,
-                        bool (*fn)(std::string_view key, std::string_view value, void* ctx),
-                        void* ctx) {
-  bool found = false;
-  scan_section(text, section, found,
-               [&](std::string_view k, std::string_view v) { return fn(k, v, ctx); });
-  return found;
 }
 
 std::vector<std::string> section_names(std::string_view text) {

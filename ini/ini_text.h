@@ -6,8 +6,10 @@
 #include <functional>
 #include <string>
 #include <string_view>
-#include <type_traits>
+#include <utility>
 #include <vector>
+
+#include "ini/ini_scan.h"
 
 namespace bayhal::ini {
 
@@ -60,35 +62,21 @@ bool find_value(std::string_view text, std::string_view section, std::string_vie
 bool collect_section(std::string_view text, std::string_view section,
                      std::vector<std::pair<std::string_view, std::string_view>>& out);
 
-// Calls `fn(key, value, ctx)` for every key line of `section` in file order, duplicates
+// Calls `fn(key, value)` for every key line of `section` in file order, duplicates
 // included, without allocating. False when the section is missing.
-bool for_each_key(std::string_view text, std::string_view section,
-                  void (*fn)(std::string_view key, std::string_view value, void* ctx), void* ctx);
-
 template <typename Fn>
 bool for_each_key(std::string_view text, std::string_view section, Fn&& fn) {
-  return for_each_key(
-      text, section,
-      [](std::string_view k, std::string_view v, void* ctx) {
-        (*static_cast<std::remove_reference_t<Fn>*>(ctx))(k, v);
-      },
-      &fn);
+  return scan_section(text, section, [&](std::string_view k, std::string_view v) {
+    fn(k, v);
+    return true;
+  });
 }
 
 // Like for_each_key, but stops at the first key for which `fn` returns false, for a reader
 // that wants a few keys and has them. False when the section is missing.
-bool for_each_key_while(std::string_view text, std::string_view section,
-                        bool (*fn)(std::string_view key, std::string_view value, void* ctx),
-                        void* ctx);
-
 template <typename Fn>
 bool for_each_key_while(std::string_view text, std::string_view section, Fn&& fn) {
-  return for_each_key_while(
-      text, section,
-      [](std::string_view k, std::string_view v, void* ctx) {
-        return (*static_cast<std::remove_reference_t<Fn>*>(ctx))(k, v);
-      },
-      &fn);
+  return scan_section(text, section, std::forward<Fn>(fn));
 }
 
 // Names of the [section] lines in file order, each once.

@@ -1,6 +1,8 @@
 // The text layer on its own: line classification, validity and edits of unusual files.
 #include "ini/ini_edit.h"
 #include "ini/ini_text.h"
+#include "ini/key_index.h"
+#include "tests/support/ini_reference.h"
 
 #include <gtest/gtest.h>
 
@@ -91,6 +93,59 @@ TEST(IniText, NoChangeIsReported) {
   EXPECT_EQ(apply_edit("[a]\nwords\n", Edit{"a", {{"k", "v"}}, {}, false, {}}, out, &bad),
             EditResult::not_ini);
   EXPECT_EQ(bad, 2u);
+}
+
+// Header lines in every form the store accepts, names that appear elsewhere than in a
+// header, and files cut mid-line: the fast scans find what a line-by-line reading finds.
+TEST(IniText, SectionScanAgreesWithALineByLineReading) {
+  const char* texts[] = {
+      "[ PhysicalDisk_3 ]\nk = 1\n",
+      "x = [PhysicalDisk_3]\n[PhysicalDisk_3]\nk = 2\n",
+      " \t[PhysicalDisk_3]\r\nk = 3\r\n[b]\r\n",
+      "[PhysicalDisk_3]]\nk = 4\n[PhysicalDisk_3]\nk = 5\n",
+      "[PhysicalDisk_30]\na = 1\n[PhysicalDisk_3]\nb = 2\n[PhysicalDisk_3]\nc = 3\n",
+      "[PhysicalDisk_3",
+      "[PhysicalDisk_3]",
+      "[PhysicalDisk_3]\nk = 1",
+      "[PhysicalDisk_3] x\nk = 1\n[PhysicalDisk_3]  \t\nk = 6\n",
+      "# [PhysicalDisk_3]\nk = 1\n;[PhysicalDisk_3]\n",
+      "top = 0\n[PhysicalDisk_3]\n= v\nno equals\n;c\n  k  =  v  \n[broken\nj = 2\n[ b ]\nz = 9\n",
+      "[x]\n  [PhysicalDisk_3]  \nk=v\nk=w\n",
+      "[S.M.A.R.T. ID #197]\nraw = 0\n[PhysicalDisk_3]\n",
+      "lead = 1\n\n  also = 2\n[PhysicalDisk_3]\n",
+      "",
+  };
+  const char* names[] = {"PhysicalDisk_3", "PhysicalDisk_30", "b", "S.M.A.R.T. ID #197", "",
+                         "PhysicalDisk_3 ", " b", "PhysicalDisk_3]", "x"};
+  for (const char* text : texts) {
+    std::vector<std::string> headers;
+    for_each_header(text, [&](std::string_view name, size_t, size_t) { headers.emplace_back(name); });
+    EXPECT_EQ(headers, headers_line_by_line(text)) << text;
+    for (const char* name : names) {
+      bool want_found = false;
+      KeyList want = read_line_by_line(text, name, want_found);
+      KeyList got;
+      bool found = for_each_key(text, name, [&](std::string_view k, std::string_view v) {
+        got.emplace_back(k, v);
+      });
+      EXPECT_EQ(found, want_found) << "[" << name << "] in: " << text;
+      EXPECT_EQ(got, want) << "[" << name << "] in: " << text;
+    }
+  }
+}
+
+// Keys that share length and end bytes land on the same slot: each still finds its own row,
+// and a key of that shape the table lacks is not taken for one of them.
+TEST(IniText, KeyIndexTellsApartKeysOfOneShape) {
+  struct Row {
+    std::string_view key;
+  };
+  static constexpr Row rows[] = {{"serial"}, {"sXrial"}, {"s12345l"}, {"model"}, {"m"}, {"port_id"}};
+  constexpr KeyIndex<16> index(rows);
+  for (int i = 0; i < static_cast<int>(std::size(rows)); ++i)
+    EXPECT_EQ(index.find(rows[i].key), i) << rows[i].key;
+  for (std::string_view absent : {"sYrial", "serial ", "", "mode", "M", "port_iD"})
+    EXPECT_EQ(index.find(absent), -1) << absent;
 }
 
 }  // namespace

@@ -99,7 +99,8 @@ class StoreIndex {
     } else {
       return -1;
     }
-    if (name.empty() || name.size() > 7) return -1;
+    // As the store writes it: no sign, no leading zero.
+    if (name.empty() || name.size() > 7 || (name.size() > 1 && name[0] == '0')) return -1;
     int n = 0;
     for (char c : name) {
       if (c < '0' || c > '9') return -1;

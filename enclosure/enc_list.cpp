@@ -69,9 +69,25 @@ FilterKeys keys_of(const ini::Section& s) {
   return keys;
 }
 
+// The id of an "Enclosure_%d" header as the store writes it (no sign, no leading zero);
+// -1 for any other name.
+int id_of_section(std::string_view name) {
+  constexpr std::string_view kPrefix = "Enclosure_";
+  if (!name.starts_with(kPrefix)) return -1;
+  std::string_view digits = name.substr(kPrefix.size());
+  if (digits.empty() || digits.size() > 9 || (digits.size() > 1 && digits[0] == '0')) return -1;
+  int id = 0;
+  for (char c : digits) {
+    if (c < '0' || c > '9') return -1;
+    id = id * 10 + (c - '0');
+  }
+  return id;
+}
+
 // The standard listing runs on every page a service shows: one read of hal.conf answers the
 // in-use bitmap and the filter for every enclosure, where the general path reads the store
-// once per enclosure. Same answer, taken from one consistent snapshot.
+// once per enclosure. Same answer, taken from one consistent snapshot, in one pass over the
+// headers (a scan per enclosure would walk the file from the top each time).
 int enumerate_standard(int* ids, int capacity) {
   SysPath path(kHalConf);
   ini::FileBuffer& buffer = ini::read_buffer();
@@ -81,12 +97,20 @@ int enumerate_standard(int* ids, int capacity) {
   std::string_view bits_text;
   ini::Bitmap bits;
   if (!ini::find_value(text, kIndex, kEncBitmap, bits_text) || !bits.parse(bits_text)) return 0;
+  int last = -1;
+  for (int id = bits.next_set(0); id >= 0; id = bits.next_set(id + 1)) last = id;
+  std::vector<std::optional<FilterKeys>> keys(static_cast<size_t>(last + 1));
+  ini::for_each_header(text, [&](std::string_view name, size_t, size_t body) {
+    int id = id_of_section(name);
+    if (id < 0 || id > last || !bits.test(id) || keys[static_cast<size_t>(id)]) return;
+    FilterKeys& k = keys[static_cast<size_t>(id)].emplace();  // only the first block counts
+    ini::scan_keys(text.data() + body, text.data() + text.size(),
+                   [&k](std::string_view key, std::string_view v) { return k.take(key, v); });
+  });
   int stored = 0;
   for (int id = bits.next_set(0); id >= 0 && stored < capacity; id = bits.next_set(id + 1)) {
-    FilterKeys keys;
-    ini::for_each_key_while(text, enc_section(id),
-                            [&keys](std::string_view k, std::string_view v) { return keys.take(k, v); });
-    if (keys.standard_keep()) ids[stored++] = id;
+    const auto& k = keys[static_cast<size_t>(id)];
+    if (k && k->standard_keep()) ids[stored++] = id;
   }
   return stored;
 }

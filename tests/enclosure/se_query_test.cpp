@@ -62,6 +62,25 @@ TEST_F(SeQueryTest, StandardFilterKeepsInternalEnclosuresNotBeingRemoved) {
   EXPECT_EQ(two, (std::vector<int>{0, 1}));
 }
 
+// The standard listing reads hal.conf in one pass; any other filter reads each enclosure's
+// section on its own. On a hand-edited store the two must still agree: a bit without a
+// section, sections out of order, a repeated block, a name that only looks like an id.
+TEST_F(SeQueryTest, StandardListingAgreesWithTheSectionBySectionPath) {
+  root.write(kHalConf,
+             "[Index]\nenc_bitmap = 0x12a9\n"
+             "[Enclosure_9]\nprotocol = 5\ncapability = 0x80000000\n"
+             "[Enclosure_03]\nprotocol = 5\ncapability = 0x80000000\n"
+             "[ Enclosure_5 ]\n# moved by hand\nprotocol = 5\ncapability = 0x80000000\nstatus = 0\n"
+             "[Enclosure_0]\nprotocol = 0\ncapability = 0x80000000\n"
+             "[Enclosure_7]\n"
+             "[Enclosure_12]\nprotocol = 10\ncapability = 0x80000000\n"
+             "[Enclosure_7]\nprotocol = 0\ncapability = 0x80000000\n"
+             "[Enclosure_9]\nstatus = 4\n");
+  auto each_section = [](int id, void* arg) { return get_enclosure_list_callback(id, arg); };
+  EXPECT_EQ(listed(get_enclosure_list_callback), (std::vector<int>{0, 5, 9}));
+  EXPECT_EQ(listed(each_section), listed(get_enclosure_list_callback));
+}
+
 TEST_F(SeQueryTest, FindersAndTests) {
   populate();
   uint32_t bitmap = 0x80000000u;

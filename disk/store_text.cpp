@@ -1,6 +1,5 @@
 #include "disk/store_text.h"
 
-#include <cstring>
 
 #include "foundation/sysroot.h"
 #include "ini/ini_text.h"

@@ -1,7 +1,5 @@
 #include "ini/ini_text.h"
 
-#include "ini/ini_scan.h"
-
 #include <algorithm>
 #include <cstdint>
 #include <cstring>

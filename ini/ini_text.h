@@ -3,7 +3,6 @@
 // directly and the read path allocates nothing per line.
 #pragma once
 #include <cstddef>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>

@@ -92,6 +92,7 @@ bool scan_keys(const char* p, const char* end, OnKey&& on_key) {
 // offset of the line's first byte and that of the line after it. Jumps from '[' to '['.
 template <typename Fn>
 void for_each_header(std::string_view text, Fn&& fn) {
+  if (text.empty()) return;
   const char* base = text.data();
   const char* end = base + text.size();
   const char* p = base;
@@ -119,10 +120,11 @@ void for_each_header(std::string_view text, Fn&& fn) {
 // the section exists: its header, or for the unnamed one a key.
 template <typename OnKey>
 bool scan_section(std::string_view text, std::string_view section, OnKey&& on_key) {
+  if (text.empty()) return false;  // an empty view may have no data pointer at all
   const char* begin = text.data();
   const char* end = begin + text.size();
-  if (section.empty()) return begin != nullptr && scan_keys(begin, end, on_key);
-  const char* body = begin != nullptr ? section_body(begin, end, section) : nullptr;
+  if (section.empty()) return scan_keys(begin, end, on_key);
+  const char* body = section_body(begin, end, section);
   if (body == nullptr) return false;
   scan_keys(body, end, on_key);
   return true;

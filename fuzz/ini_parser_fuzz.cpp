@@ -48,6 +48,17 @@ void edits(std::string_view text, std::string_view section, std::string_view key
   }
 }
 
+// The fast scan reads `section` as a line-by-line reading does.
+void same_reading(std::string_view text, std::string_view section) {
+  bool want_found = false;
+  KeyList want = read_line_by_line(text, section, want_found);
+  KeyList got;
+  bool found = for_each_key(text, section, [&](std::string_view k, std::string_view v) {
+    got.emplace_back(k, v);
+  });
+  check(found == want_found && got == want);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -58,14 +69,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   check(headers == headers_line_by_line(text));
   std::vector<std::string> names = section_names(text);
   names.insert(names.begin(), "");
+  // Besides the names the text holds, its last line as a name: blanks, brackets and all.
+  names.emplace_back(text.substr(text.rfind('\n') == std::string_view::npos ? 0 : text.rfind('\n') + 1));
+  for (const std::string& name : names) same_reading(text, name);
   for (size_t i = 0; i < names.size() && i < 4; ++i) {
-    bool want_found = false;
-    KeyList want = read_line_by_line(text, names[i], want_found);
-    KeyList got;
-    bool found = for_each_key(text, names[i], [&](std::string_view k, std::string_view v) {
-      got.emplace_back(k, v);
-    });
-    check(found == want_found && got == want);
     std::vector<std::pair<std::string_view, std::string_view>> keys;
     collect_section(text, names[i], keys);
     for (size_t k = 0; k < keys.size() && k < 4; ++k) {

@@ -1,4 +1,4 @@
-// The section scan that every store read is built on. A template, so that a reader's
+// The section scans that every store read is built on. Templates, so that a reader's
 // per-key work is inlined into the loop: it runs once per key of every record read.
 #pragma once
 #include <cstdint>
@@ -10,6 +10,9 @@ namespace bayhal::ini {
 inline bool is_blank(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v';
 }
+
+// `s` without its leading and trailing blanks.
+std::string_view trim(std::string_view s);
 
 // Equality of two short texts (names, keys) a word at a time, without a library call.
 inline bool same_text(std::string_view a, std::string_view b) {
@@ -105,13 +108,9 @@ void for_each_header(std::string_view text, Fn&& fn) {
     p = le < end ? le + 1 : end;
     if ((s != base && s[-1] != '\n') || !closes_header(b, le)) continue;
     const char* close = le;
-    while (is_blank(close[-1])) --close;  // stops at the ']' closes_header found
-    const char* n = b + 1;
-    const char* ne = close - 1;
-    while (n < ne && is_blank(*n)) ++n;
-    while (ne > n && is_blank(ne[-1])) --ne;
-    fn(std::string_view(n, static_cast<size_t>(ne - n)), static_cast<size_t>(s - base),
-       static_cast<size_t>(p - base));
+    while (is_blank(close[-1])) --close;  // stops after the ']' closes_header found
+    fn(trim(std::string_view(b + 1, static_cast<size_t>(close - 1 - (b + 1)))),
+       static_cast<size_t>(s - base), static_cast<size_t>(p - base));
   }
 }
 

@@ -181,9 +181,8 @@ bool collect_section(std::string_view text, std::string_view section,
 std::vector<std::string> section_names(std::string_view text) {
   std::vector<std::string> names;
   std::unordered_set<std::string_view> seen;
-  for_each_line(text, [&](std::string_view, const Line& l) {
-    if (l.kind == LineKind::section && seen.insert(l.name).second) names.emplace_back(l.name);
-    return true;
+  for_each_header(text, [&](std::string_view name, size_t, size_t) {
+    if (seen.insert(name).second) names.emplace_back(name);
   });
   return names;
 }

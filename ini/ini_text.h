@@ -71,13 +71,6 @@ bool for_each_key(std::string_view text, std::string_view section, Fn&& fn) {
   });
 }
 
-// Like for_each_key, but stops at the first key for which `fn` returns false, for a reader
-// that wants a few keys and has them. False when the section is missing.
-template <typename Fn>
-bool for_each_key_while(std::string_view text, std::string_view section, Fn&& fn) {
-  return scan_section(text, section, std::forward<Fn>(fn));
-}
-
 // Names of the [section] lines in file order, each once.
 std::vector<std::string> section_names(std::string_view text);
 
@@ -89,7 +82,5 @@ bool is_ini(std::string_view text, size_t* bad_line = nullptr);
 bool valid_section_name(std::string_view s);
 bool valid_key(std::string_view k);
 bool valid_value(std::string_view v);
-
-std::string_view trim(std::string_view s);
 
 }  // namespace bayhal::ini

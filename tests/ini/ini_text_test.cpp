@@ -153,18 +153,18 @@ TEST(IniText, KeyIndexTellsApartKeysOfOneShape) {
 TEST(IniText, KeyScanStopsWhenAskedAndEndsWithTheFirstBlock) {
   const std::string_view text = "[a]\nx = 1\ny = 2\nz = 3\n[b]\nw = 0\n[a]\nlate = 9\n";
   std::vector<std::string> seen;
-  EXPECT_TRUE(for_each_key_while(text, "a", [&](std::string_view k, std::string_view) {
+  EXPECT_TRUE(scan_section(text, "a", [&](std::string_view k, std::string_view) {
     seen.emplace_back(k);
     return k != "y";
   }));
   EXPECT_EQ(seen, (std::vector<std::string>{"x", "y"}));
   seen.clear();
-  EXPECT_TRUE(for_each_key_while(text, "a", [&](std::string_view k, std::string_view) {
+  EXPECT_TRUE(scan_section(text, "a", [&](std::string_view k, std::string_view) {
     seen.emplace_back(k);
     return true;
   }));
   EXPECT_EQ(seen, (std::vector<std::string>{"x", "y", "z"}));
-  EXPECT_FALSE(for_each_key_while(text, "c", [](std::string_view, std::string_view) { return true; }));
+  EXPECT_FALSE(scan_section(text, "c", [](std::string_view, std::string_view) { return true; }));
 }
 
 }  // namespace bayhal::ini

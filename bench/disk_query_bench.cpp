@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "bench/disk_bench_common.h"
-#include "disk_sys/device_transport.h"
+#include "transport/device_transport.h"
 #include "sim/ata_disk_model.h"
 #include "sim/device_model.h"
 #include "sim/sysfs_builder.h"

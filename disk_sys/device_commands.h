@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "disk_sys/device_transport.h"
+#include "transport/device_transport.h"
 
 namespace bayhal {
 

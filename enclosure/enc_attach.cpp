@@ -8,7 +8,7 @@
 #include "enclosure/disk_registry_link.h"
 #include "enclosure/enc_attach.h"
 #include "enclosure/enc_conf.h"
-#include "enclosure/enc_discovery.h"
+#include "enc_sys/enc_discovery.h"
 #include "enclosure/enc_hzr.h"
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_store.h"

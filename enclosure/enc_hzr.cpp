@@ -8,7 +8,7 @@
 #include "enclosure/backend_ops.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_store.h"
-#include "enclosure/private_backends.h"
+#include "enc_sys/private_backends.h"
 
 namespace bayhal {
 namespace {

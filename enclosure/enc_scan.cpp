@@ -11,7 +11,7 @@
 #include "bayhal/SE.h"
 #include "enclosure/enc_attach.h"
 #include "enclosure/enc_conf.h"
-#include "enclosure/enc_discovery.h"
+#include "enc_sys/enc_discovery.h"
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_store.h"
 #include "foundation/export.h"

@@ -12,7 +12,7 @@
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_store.h"
-#include "enclosure/private_backends.h"
+#include "enc_sys/private_backends.h"
 #include "ini/ini_store.h"
 
 namespace bayhal {

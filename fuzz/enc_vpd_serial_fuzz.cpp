@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "enclosure/vpd_serial.h"
+#include "enc_sys/vpd_serial.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   auto serial = bayhal::parse_vpd_serial(std::string_view(reinterpret_cast<const char*>(data), size));

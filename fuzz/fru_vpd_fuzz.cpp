@@ -2,8 +2,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "foundation/fru.h"
-#include "foundation/pci_identity.h"
+#include "model/fru.h"
+#include "model/pci_identity.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   (void)bayhal::fru::parse_board({data, size});

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "foundation/smbios.h"
+#include "model/smbios.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   bayhal::smbios::Table t = bayhal::smbios::parse_table({data, size});

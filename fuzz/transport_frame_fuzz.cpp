@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "disk_sys/transport_frame.h"
+#include "transport/transport_frame.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::span<const uint8_t> bytes(data, size);

@@ -16,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-#include "disk_sys/device_transport.h"
+#include "transport/device_transport.h"
 
 namespace bayhal::sim {
 

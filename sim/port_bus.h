@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "board/port_io.h"
+#include "transport/port_io.h"
 
 namespace bayhal::sim {
 

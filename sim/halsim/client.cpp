@@ -8,7 +8,7 @@
 #include <cstring>
 #include <iostream>
 
-#include "disk_sys/transport_frame.h"
+#include "transport/transport_frame.h"
 #include "foundation/unique_fd.h"
 #include "sim/halsim/daemon.h"
 #include "sim/halsim/hotplug_call.h"

@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "disk_sys/transport_frame.h"
+#include "transport/transport_frame.h"
 #include "sim/halsim/root_writer.h"
 
 namespace bayhal::sim::halsim {

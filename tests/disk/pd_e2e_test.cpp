@@ -5,7 +5,7 @@
 #include "bayhal/PD.h"
 #include "bayhal/SE.h"
 #include "disk/disk_backend.h"
-#include "disk_sys/device_transport.h"
+#include "transport/device_transport.h"
 #include "enclosure/disk_registry_link.h"
 #include "foundation/clock.h"
 #include "sim/ata_disk_model.h"

@@ -10,7 +10,7 @@
 #include "disk_sys/device_commands.h"
 #include "disk_sys/nvme_identify.h"
 #include "disk_sys/scsi_pages.h"
-#include "disk_sys/transport_frame.h"
+#include "transport/transport_frame.h"
 #include "sim/halsim/daemon.h"
 #include "tests/support/sandbox_root.h"
 

@@ -7,8 +7,8 @@
 
 #include "bayhal/SE.h"
 #include "disk/pd_attach.h"
-#include "enclosure/enc_discovery.h"
-#include "foundation/model_conf.h"
+#include "enc_sys/enc_discovery.h"
+#include "model/model_conf.h"
 #include "tools/hal_tool/tool.h"
 
 namespace hal_tool {

@@ -8,7 +8,7 @@
 #include "bayhal/Ini_Conf.h"
 #include "bayhal/SE.h"
 #include "enclosure/enc_conf.h"
-#include "enclosure/enc_discovery.h"
+#include "enc_sys/enc_discovery.h"
 #include "enclosure/enc_ids.h"
 #include "ini/ini_store.h"
 #include "tools/hal_tool/tool.h"

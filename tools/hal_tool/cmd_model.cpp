@@ -5,7 +5,7 @@
 #include <iostream>
 #include <sstream>
 
-#include "foundation/model_conf.h"
+#include "model/model_conf.h"
 #include "foundation/sysroot.h"
 #include "ini/ini_store.h"
 #include "tools/hal_tool/tool.h"

@@ -1,0 +1,85 @@
+#include "enc_sys/pcie_slots.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "enclosure/enc_conf.h"
+#include "enc_sys/enc_sysfs.h"
+#include "foundation/sysroot.h"
+
+namespace bayhal {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool is_pci_address(const std::string& name) {
+  unsigned d, b, s, f;
+  char tail;
+  return std::sscanf(name.c_str(), "%4x:%2x:%2x.%1x%c", &d, &b, &s, &f, &tail) == 4;
+}
+
+bool is_storage(const std::string& dir) {
+  auto cls = read_trimmed(dir + "/class");
+  return cls && (std::strtoul(cls->c_str(), nullptr, 16) >> 16) == 0x01;
+}
+
+// Storage functions at the slot's address and below it.
+std::vector<std::string> storage_functions(int slot) {
+  std::vector<std::string> found;
+  std::string address = pci_slot_address(slot);
+  if (address.empty()) return found;
+  std::string top = resolve("/sys/bus/pci/devices/" + address);
+  if (top.empty()) return found;
+  if (is_storage(top)) found.push_back(top);
+  std::error_code ec;
+  fs::recursive_directory_iterator it(sys_path(top), ec), end;
+  for (; !ec && it != end; it.increment(ec)) {
+    std::string name = it->path().filename().string();
+    if (it.depth() > 6 || it->is_symlink(ec) || !it->is_directory(ec) || !is_pci_address(name)) {
+      it.disable_recursion_pending();
+      continue;
+    }
+    std::string dir = strip_root(it->path().string());
+    if (is_storage(dir)) found.push_back(dir);
+  }
+  return found;
+}
+
+}  // namespace
+
+int pcie_enclosure_enumerate(char** names, int capacity, int slot) {
+  if (storage_functions(slot).empty()) return 0;
+  if (names != nullptr && capacity > 0)
+    names[0] = strdup(("root_pcie_" + std::to_string(slot)).c_str());
+  return 1;
+}
+
+int pcie_slot_getinfo(const char* enc_sys_id, SE_ENC_INFO* info) {
+  if (!starts_with(enc_sys_id, "root_pcie_") || info == nullptr) return -1;
+  char* end = nullptr;
+  long slot = std::strtol(enc_sys_id + 10, &end, 10);
+  if (end == enc_sys_id + 10 || *end != '\0' || slot < 1 || slot > 64) return -1;
+  std::vector<std::string> controllers = storage_functions(static_cast<int>(slot));
+  if (controllers.empty()) return -1;
+  std::string section = "System PCIE SLOT " + std::to_string(slot);
+  copy_out(enc_sys_id, info->enc_sys_id, sizeof info->enc_sys_id);
+  copy_out("root", info->enc_parent_sys_id, sizeof info->enc_parent_sys_id);
+  info->enc_parent_port_id = static_cast<int>(slot);
+  auto hex4 = [](const std::string& attr) {
+    auto v = read_trimmed(attr).value_or("");
+    return v.rfind("0x", 0) == 0 ? v.substr(2) : v;
+  };
+  copy_out(hex4(controllers.front() + "/vendor"), info->vendor, sizeof info->vendor);
+  copy_out(hex4(controllers.front() + "/device"), info->model, sizeof info->model);
+  info->max_disk_num = static_cast<int>(conf_get_int(kModelConf, section.c_str(), "MAX_DISK_NUM")
+                                            .value_or(static_cast<long long>(controllers.size())));
+  info->capabilities =
+      static_cast<uint32_t>(conf_get_int(kModelConf, section.c_str(), "CAP", true).value_or(0));
+  return 0;
+}
+
+}  // namespace bayhal

@@ -1,0 +1,90 @@
+#include "model/pci_identity.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+#include "foundation/byte_reader.h"
+#include "foundation/sysroot.h"
+#include "foundation/unique_fd.h"
+
+namespace bayhal {
+namespace {
+
+constexpr char kPciDevices[] = "/sys/bus/pci/devices";
+
+std::optional<std::string> read_small(const std::string& path) {
+  UniqueFd fd(::open(sys_path(path).c_str(), O_RDONLY | O_CLOEXEC));
+  if (!fd) return std::nullopt;
+  char buf[256];
+  ssize_t n = ::read(fd.get(), buf, sizeof buf);
+  if (n < 0) return std::nullopt;
+  return std::string(buf, static_cast<size_t>(n));
+}
+
+std::optional<unsigned long> read_hex_attr(const std::string& path) {
+  auto text = read_small(path);
+  if (!text || text->empty()) return std::nullopt;
+  char* end = nullptr;
+  unsigned long v = std::strtoul(text->c_str(), &end, 16);
+  if (end == text->c_str() || (*end != '\0' && *end != '\n')) return std::nullopt;
+  return v;
+}
+
+}  // namespace
+
+std::optional<PciIdentity> parse_pci_config(std::span<const uint8_t> config) {
+  ByteReader r(config);
+  if (!r.has(0, 0x30)) return std::nullopt;
+  PciIdentity id;
+  id.vendor = r.le16(0x00);
+  id.device = r.le16(0x02);
+  if (id.vendor == 0xFFFF || id.vendor == 0) return std::nullopt;
+  id.class_code = r.le32(0x08) >> 8;
+  // Subsystem ids live at 0x2C only in the type 0 header; bridges carry them elsewhere.
+  if ((r.u8(0x0E) & 0x7F) == 0) {
+    id.subsystem_vendor = r.le16(0x2C);
+    id.subsystem_device = r.le16(0x2E);
+  }
+  return id;
+}
+
+std::optional<PciIdentity> read_pci_config(const std::string& address) {
+  UniqueFd fd(::open(sys_path(std::string(kPciDevices) + "/" + address + "/config").c_str(),
+                     O_RDONLY | O_CLOEXEC));
+  if (!fd) return std::nullopt;
+  uint8_t buf[64];
+  ssize_t n = ::read(fd.get(), buf, sizeof buf);
+  if (n <= 0) return std::nullopt;
+  auto id = parse_pci_config({buf, static_cast<size_t>(n)});
+  if (id) id->address = address;
+  return id;
+}
+
+std::vector<PciIdentity> list_pci_functions() {
+  std::vector<PciIdentity> out;
+  std::vector<std::string> names;
+  std::error_code ec;
+  for (std::filesystem::directory_iterator it(sys_path(kPciDevices), ec), end; !ec && it != end;
+       it.increment(ec))
+    names.push_back(it->path().filename().string());
+  std::sort(names.begin(), names.end());
+  for (const std::string& n : names) {
+    std::string base = std::string(kPciDevices) + "/" + n + "/";
+    auto v = read_hex_attr(base + "vendor");
+    auto d = read_hex_attr(base + "device");
+    if (!v || !d) continue;
+    PciIdentity id;
+    id.address = n;
+    id.vendor = static_cast<uint16_t>(*v);
+    id.device = static_cast<uint16_t>(*d);
+    id.class_code = static_cast<uint32_t>(read_hex_attr(base + "class").value_or(0));
+    out.push_back(id);
+  }
+  return out;
+}
+
+}  // namespace bayhal

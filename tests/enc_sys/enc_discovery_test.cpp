@@ -1,0 +1,374 @@
+// Discovery: the listing of what is present and the records the back-ends fill.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "enc_sys/enc_discovery.h"
+#include "enclosure/enc_ids.h"
+#include "enclosure/enc_store.h"
+#include "enc_sys/sas_expander.h"
+#include "enc_sys/vpd_serial.h"
+#include "foundation/command_runner.h"
+#include "sim/sysfs_builder.h"
+#include "tests/enclosure/enc_fakes.h"
+#include "tests/enclosure/enc_test_util.h"
+#include "tests/support/test_files.h"
+
+namespace bayhal::test {
+namespace {
+
+using Names = std::vector<std::string>;
+
+class EncDiscoveryTest : public SandboxTest {
+ protected:
+  Names list(int capacity = 64, int* count = nullptr) {
+    std::vector<char*> names(static_cast<size_t>(capacity), nullptr);
+    int n = se_sys_enumerate(names.data(), capacity);
+    if (count) *count = n;
+    Names out;
+    for (int i = 0; i < capacity && i < n; ++i) out.push_back(names[static_cast<size_t>(i)]);
+    free_names(names.data(), std::min(n, capacity));
+    return out;
+  }
+  void model(const std::string& text) { root.write("/etc/model.conf", text); }
+  void unpack_real_sas_tree() {
+    std::string tarball =
+        test_data_dir() + "/external/prometheus-procfs-sas-sysfs/procfs-sas-host11-sysfs.tar.gz";
+    std::string cmd = "tar -xf " + shell_quote(tarball) + " -C " + shell_quote(root.dir());
+    ASSERT_EQ(std::system(cmd.c_str()), 0);
+  }
+  sim::SysfsBuilder sysfs{root.dir()};
+  FakeRunner runner;
+};
+
+TEST_F(EncDiscoveryTest, CapabilityWordChoosesThePseudoEnclosures) {
+  struct Row { const char* cap; Names expected; };
+  Names base{"root", "root_boot", "root_usb"};
+  auto with = [&base](Names more) { Names n = base; n.insert(n.end(), more.begin(), more.end()); return n; };
+  for (const Row& r : {Row{nullptr, with({"root_esata"})},
+                       Row{"0x200", base},
+                       Row{"0x200200", with({"root_odd"})},
+                       Row{"0x8000000", with({"root_esata", "root_cache"})},
+                       Row{"0x80200", with({"root_mmc"})},
+                       Row{"0x8280000", with({"root_esata", "root_odd", "root_cache", "root_mmc"})},
+                       // PCIe and Thunderbolt bits with nothing fitted list nothing more.
+                       Row{"0x808200", base}}) {
+    SCOPED_TRACE(r.cap ? r.cap : "no CAP");
+    model(r.cap ? std::string("[System Enclosure]\nCAP = ") + r.cap + "\nMAX_PCIE_SLOT = 2\n"
+                : "[System Enclosure]\nVENDOR = Bay\n");
+    EXPECT_EQ(list(), r.expected);
+  }
+  root.write("/etc/enclosure_iscsi.bak", "");
+  model("[System Enclosure]\nCAP = 0x200\n");
+  EXPECT_EQ(list(), with({"root_iscsi"}));
+}
+
+TEST_F(EncDiscoveryTest, CapacityRules) {
+  model("[System Enclosure]\nCAP = 0x0\n");
+  char* two[2] = {nullptr, nullptr};
+  EXPECT_EQ(se_sys_enumerate(two, 2), 0);
+  EXPECT_EQ(two[0], nullptr);
+  EXPECT_EQ(se_sys_enumerate(nullptr, 10), 0);
+
+  unpack_real_sas_tree();
+  runner.udevd_running = true;
+  int count = 0;
+  Names stored = list(4, &count);
+  EXPECT_EQ(count, 6);
+  EXPECT_EQ(stored, (Names{"root", "root_boot", "root_usb", "root_esata"}));
+  EXPECT_TRUE(runner.execs_of("/sbin/udevadm").empty());
+  EXPECT_NE(trace_log(root).find("count(6) > max_count(4)"), std::string::npos);
+}
+
+TEST_F(EncDiscoveryTest, RealSasTreeListsBothExpandersAndTagsThemForUdev) {
+  model("[System Enclosure]\nCAP = 0x200\n");
+  unpack_real_sas_tree();
+  runner.udevd_running = true;
+  EXPECT_EQ(list(), (Names{"root", "root_boot", "root_usb", "5000ccab0200947e", "5003048001e8967f"}));
+  EXPECT_EQ(runner.execs_of("/sbin/udevadm"),
+            (Names{"/sbin/udevadm|control|--env=5000ccab0200947e=enc",
+                   "/sbin/udevadm|control|--env=5003048001e8967f=enc"}));
+  EXPECT_EQ(runner.shells.front(), "pidof udevd 1 > /dev/null 2 >& 1");
+  runner.execs.clear();
+  runner.udevd_running = false;
+  list();
+  EXPECT_TRUE(runner.execs_of("/sbin/udevadm").empty());
+  EXPECT_EQ(comm_sys_check_is_sas_expander("5003048001e8967f"), 1);
+  EXPECT_EQ(comm_sys_check_is_sas_expander("0x5003048001e8967f"), 0);
+  EXPECT_EQ(comm_sys_check_is_sas_expander("root"), 0);
+}
+
+TEST_F(EncDiscoveryTest, SasExpanderInAPcieSlotIsNotProbedAsACard) {
+  model("[System Enclosure]\nCAP = 0x8200\nMAX_PCIE_SLOT = 3\n"
+        "[System PCIE SLOT 1]\nDEV_BUS = 03:00.0\n"
+        "[System PCIE SLOT 2]\nDEV_BUS = 0000:04:00.0\n"
+        "[System PCIE SLOT 3]\nDEV_BUS = 05:00.0\nDEV_DOMAIN = 0\n");
+  std::string hba_dir = sysfs.pci_device("0000:03:00.0", {}, sim::PciSpec(0x1000, 0x0097, 0x010700, "mpt3sas"));
+  sim::SasHba hba = sysfs.sas_hba(hba_dir, 2, {0, 1, 2, 3});
+  sysfs.sas_expander(hba, {0, 1, 2, 3}, 12, "0x5000ccab02000000");
+  // Slot 2: the same kind of HBA, nothing behind it: a card of its own.
+  std::string lone = sysfs.pci_device("0000:04:00.0", {}, sim::PciSpec(0x1000, 0x0097, 0x010700, "mpt3sas"));
+  sysfs.sas_hba(lone, 3, {0});
+  // Slot 3: a bridge with an NVMe controller behind it; slot 4 does not exist.
+  std::string bridge = sysfs.pci_bridge("0000:05:00.0", 6);
+  sysfs.pci_device("0000:06:00.0", bridge, sim::PciSpec(0x144d, 0xa808, 0x010802, "nvme"));
+  EXPECT_EQ(list(), (Names{"root", "root_boot", "root_usb", "5000ccab02000000", "root_pcie_2",
+                           "root_pcie_3"}));
+  char* names[1] = {const_cast<char*>("5000ccab02000000")};
+  EXPECT_TRUE(sas_expander_in_pci_slot(names, 1, 1));
+  EXPECT_FALSE(sas_expander_in_pci_slot(names, 1, 2));
+  EXPECT_FALSE(sas_expander_in_pci_slot(names, 1, 9));
+
+  SE_ENC_INFO info;
+  ASSERT_EQ(se_sys_getinfo("root_pcie_3", &info), 0);
+  EXPECT_EQ(info.protocol, SE_PROTOCOL_PCIE);
+  EXPECT_EQ(info.capabilities & SE_CAP_INTERNAL, SE_CAP_INTERNAL);
+  EXPECT_STREQ(info.vendor, "144d");
+  EXPECT_STREQ(info.model, "a808");
+  EXPECT_EQ(info.max_disk_num, 1);
+  EXPECT_EQ(info.enc_parent_port_id, 3);
+  EXPECT_LT(se_sys_getinfo("root_pcie_1x", &info), 0);
+  EXPECT_LT(se_sys_getinfo("root_pcie_4", &info), 0);
+}
+
+constexpr const char* kUnits =
+    "[MV-J4 USB]\nBUS = usb\nVENDOR_ID = 0x1e4e\nPRODUCT_ID = 0x0104\nVENDOR = Bay\n"
+    "MODEL = MV-J4\nMAX_DISK_NUM = 4\nCAP = 0x400000\n"
+    "[TL-R6 TB]\nBUS = thunderbolt\nVENDOR_ID = 0x1e4e\nPRODUCT_ID = 0x8601\nMAX_DISK_NUM = 6\n";
+
+TEST_F(EncDiscoveryTest, UsbUnitsFromTheTableAndTheirArrivalMessages) {
+  model("[System Enclosure]\nCAP = 0x200\n");
+  root.write("/etc/expansion_units.conf", kUnits);
+  std::string xhci = sysfs.pci_device("0000:00:14.0", {}, sim::PciSpec(0x8086, 0xa36d, 0x0c0330, "xhci_hcd"));
+  sim::UsbDev hub = sysfs.usb_root_hub(xhci, 2, 5000, 4);
+  sim::UsbSpec unit(0x1e4e, 0x0104, "Bay Inc.", "Expansion", 5000);
+  unit.serial = "Q00AB1234";
+  sysfs.usb_device(hub, 1, unit);
+  sysfs.usb_device(hub, 2, sim::UsbSpec(0x0bda, 0x0328, "Generic", "Card reader"));
+  EXPECT_EQ(list(), (Names{"root", "root_boot", "root_usb", "usb_2-1"}));
+  EXPECT_EQ(runner.shells.front(), "/sbin/hwclock -s");
+  EXPECT_EQ(runner.execs_of("/sbin/log_tool"),
+            Names{"/sbin/log_tool|-a|Expansion unit MV-J4 connected through USB (usb_2-1).|-t|0"});
+
+  runner.shells.clear();
+  runner.execs.clear();
+  root.write("/tmp/jbod_update_progress", "[Global]\nMask Log = 1\n");
+  list();
+  EXPECT_EQ(runner.shells.front(), "/sbin/hwclock -s");
+  EXPECT_TRUE(runner.execs_of("/sbin/log_tool").empty());
+
+  // A unit already registered is no arrival.
+  SE_ENC_INFO info;
+  ASSERT_EQ(se_sys_getinfo("usb_2-1", &info), -1);  // its monitor cannot start yet
+  root.write("/etc/expansion_units.conf", std::string(kUnits).replace(
+                                              std::string(kUnits).find("0x400000"), 8, "0x0"));
+  ASSERT_EQ(se_sys_getinfo("usb_2-1", &info), 0);
+  EXPECT_STREQ(info.vendor, "Bay");
+  EXPECT_STREQ(info.model, "MV-J4");
+  EXPECT_STREQ(info.serial, "Q00AB1234");
+  EXPECT_STREQ(info.enc_parent_sys_id, "root");
+  EXPECT_EQ(info.protocol, SE_PROTOCOL_USB);
+  EXPECT_EQ(info.max_disk_num, 4);
+  se_write_conf(32, &info);
+  runner.shells.clear();
+  list();
+  EXPECT_TRUE(runner.shells.empty() || runner.shells.front() != "/sbin/hwclock -s");
+  EXPECT_LT(se_sys_getinfo("usb_../../etc", &info), 0);
+  EXPECT_LT(se_sys_getinfo("usb_2-2", &info), 0);  // present but not in the table
+}
+
+TEST_F(EncDiscoveryTest, ThunderboltUnitsAndTheirChain) {
+  model("[System Enclosure]\nCAP = 0x800200\n");
+  root.write("/etc/expansion_units.conf", kUnits);
+  auto tb_device = [this](const std::string& dir, const std::string& name) {
+    sysfs.attr(dir + "/vendor", "0x1e4e");
+    sysfs.attr(dir + "/device", "0x8601");
+    sysfs.attr(dir + "/vendor_name", "Bay");
+    sysfs.attr(dir + "/device_name", "TL-R6");
+    sysfs.attr(dir + "/unique_id", "d1c2b3a4-0000-1111-2222-333344445555");
+    sysfs.link("/sys/bus/thunderbolt/devices/" + name, dir);
+  };
+  std::string host = "/sys/devices/pci0000:00/0000:00:0d.2/domain0/0-0";
+  sysfs.attr(host + "/vendor", "0x8086");
+  sysfs.attr(host + "/device", "0x9a1b");
+  sysfs.link("/sys/bus/thunderbolt/devices/0-0", host);
+  tb_device(host + "/0-1", "0-1");
+  tb_device(host + "/0-1/0-301", "0-301");
+  EXPECT_EQ(list(), (Names{"root", "root_boot", "root_usb", "tb_0-1", "tb_0-301"}));
+  SE_ENC_INFO info;
+  ASSERT_EQ(se_sys_getinfo("tb_0-301", &info), 0);
+  EXPECT_STREQ(info.enc_parent_sys_id, "tb_0-1");
+  EXPECT_STREQ(info.serial, "d1c2b3a4000011112222333344445555");
+  EXPECT_STREQ(info.model, "TL-R6");
+  EXPECT_EQ(info.protocol, SE_PROTOCOL_TBT);
+  ASSERT_EQ(se_sys_getinfo("tb_0-1", &info), 0);
+  EXPECT_STREQ(info.enc_parent_sys_id, "root");
+  model("[System Enclosure]\nCAP = 0x200\n");
+  EXPECT_EQ(list().size(), 3u);
+}
+
+TEST_F(EncDiscoveryTest, RootRecordFromTheModelDescription) {
+  FakeBackend backend;
+  backend.board_sn = "Q123ABC";
+  model("[System Enclosure]\nVENDOR = Bay\nMODEL = BX-8\nCAP = 0x100040\nCAP_EXT = 0x3\n"
+        "MAX_DISK_NUM = 8\nMAX_FAN_NUM = 2\nMAX_CPU_FAN_NUM = 1\nMAX_TEMP_NUM = 3\n"
+        "MAX_PCIE_SLOT = 2\nINTERNAL_NET_PORT_NUM = 4\nSYSTEM_DISK_CACHEABLE_BITMAP = 0xc0\n"
+        "MAX_UJBOD_NUM = 2\nSS_MAX_CHANNELS = 16\n"
+        "[FAN Region]\nMAX_REGION_NUM = 5\n[Temp Region]\nMAX_REGION_NUM = 2\n"
+        "[System FAN Region 1]\nMAX_FAN_NUM = 3\n[System FAN Region 2]\nMAX_FAN_NUM = 1\n");
+  root.write("/etc/platform.conf", "[MISC]\nDISPLAY_NAME = BX-873A\n");
+  SE_ENC_INFO info;
+  ASSERT_EQ(se_sys_getinfo("root", &info), 0);
+  EXPECT_EQ(info.enc_id, -1);
+  EXPECT_STREQ(info.enc_parent_sys_id, "root");
+  EXPECT_STREQ(info.vendor, "Bay");
+  EXPECT_STREQ(info.model, "BX-873A");
+  EXPECT_STREQ(info.serial, "Q123ABC");
+  EXPECT_EQ(info.capabilities, 0x80100040u);
+  EXPECT_EQ(info.extended_capability, 3u);
+  EXPECT_EQ(info.protocol, 0);
+  EXPECT_EQ(info.max_pcie_num, 2);
+  EXPECT_EQ(info.max_nic_num, 4);
+  EXPECT_EQ(info.cache_port_bitmap, 0xc0u);
+  EXPECT_EQ(info.max_ujbod_num, 2);
+  EXPECT_EQ(info.ss_max_channels, 16);
+  EXPECT_EQ(info.ss_free_channels, -1);
+  EXPECT_EQ(info.max_cpu_num, 1);
+  EXPECT_EQ(info.max_fan_region, 5);
+  EXPECT_EQ(info.max_sys_temp_region, 2);
+  EXPECT_EQ(info.max_sys_extra_region_count, 3);  // 5 - system fans - CPU fans
+  EXPECT_EQ(info.region_max_fan_num[0], 3);
+  EXPECT_EQ(info.region_max_fan_num[1], 1);
+  EXPECT_TRUE(backend.calls.empty());  // no monitor to start
+
+  model("[System Enclosure]\nMAX_UJBOD_NUM = 2\n");
+  root.write("/etc/platform.conf", "");
+  ASSERT_EQ(se_sys_getinfo("root", &info), 0);
+  EXPECT_EQ(info.max_ujbod_num, -1);  // USB JBODs not supported: the key is not read
+  EXPECT_EQ(info.cache_port_bitmap, 1u);
+  EXPECT_EQ(info.max_sys_extra_region_count, 0);
+}
+
+TEST_F(EncDiscoveryTest, MonitorsStartAfterTheFill) {
+  model("[System Enclosure]\nCAP = 0x400000\n");
+  SE_ENC_INFO info;
+  {
+    // No front-panel monitor yet: an appliance that needs one cannot be described.
+    EXPECT_EQ(se_sys_getinfo("root", &info), -1);
+    EXPECT_NE(trace_log(root).find("pic_sys_start_monitor"), std::string::npos);
+  }
+  FakeBackend backend;
+  backend.board_sn = "SN-FROM-BOARD";
+  ASSERT_EQ(se_sys_getinfo("root", &info), 0);
+  EXPECT_EQ(backend.calls, Names{"pic_start root 0"});
+  EXPECT_STREQ(info.serial, "SN-FROM-BOARD");  // refreshed after the monitor came up
+  model("[System Enclosure]\nCAP = 0x1410000\n");
+  backend.calls.clear();
+  ASSERT_EQ(se_sys_getinfo("root", &info), 0);
+  EXPECT_EQ(backend.calls, (Names{"pic_start root 1", "mcu_start root 1"}));
+  backend.monitor_result = -1;
+  EXPECT_EQ(se_sys_getinfo("root", &info), -1);
+}
+
+TEST_F(EncDiscoveryTest, SasAttachedRootTakesItsSesIdentity) {
+  FakeBackend backend;
+  model("[System Enclosure]\nCAP = 0x10400\n");
+  SE_ENC_INFO info;
+  ASSERT_EQ(se_sys_getinfo("root", &info), 0);
+  EXPECT_STREQ(info.real_sys_id, "sg9");
+  EXPECT_STREQ(info.bsg_name, "bsg-of-sg9");
+  EXPECT_STREQ(info.saved_real_sys_id, "sg9");
+  EXPECT_STREQ(info.saved_bsg_name, "bsg-of-sg9");
+  EXPECT_STREQ(info.wwn, "500605b0000272bf");
+  EXPECT_EQ(info.sas_address, 0x500605b0000272bfULL);
+}
+
+TEST_F(EncDiscoveryTest, PseudoEnclosures) {
+  model("[System Enclosure]\nVENDOR = Bay\nCAP = 0x0\n"
+        "[Esata Enclosure]\nVENDOR = Ext\nMODEL = eSATA-2\nMAX_DISK_NUM = 2\nCAP = 0x4\n"
+        "[Cache Enclosure]\nCAP = 0x1\n[Cache Disk 1]\n[Cache Disk 2]\n"
+        "[MMC Enclosure]\nCAP = 0xff\n[MMC Port 1]\n"
+        "[ODD Disk 1]\n[ODD Disk 1-1]\n");
+  struct Row { const char* id; int protocol; const char* vendor; const char* model; int disks; uint32_t cap; };
+  for (Row r : {Row{"root_boot", -1, "Bay", "Boot", 1, 0}, Row{"root_usb", 2, "Bay", "USB", 0, 0},
+                Row{"root_esata", 1, "Ext", "eSATA-2", 2, 4},
+                Row{"root_odd", 8, "Bay", "ODD", 1, 0},
+                Row{"root_cache", 1, "Bay", "Cache", 2, 0x80000001u},
+                Row{"root_mmc", 7, "Bay", "MMC", 1, 0},
+                Row{"root_iscsi", 4, "Bay", "iSCSI", 16, 0}}) {
+    SCOPED_TRACE(r.id);
+    SE_ENC_INFO info;
+    ASSERT_EQ(se_sys_getinfo(r.id, &info), 0);
+    EXPECT_STREQ(info.enc_sys_id, r.id);
+    EXPECT_STREQ(info.enc_parent_sys_id, "root");
+    EXPECT_EQ(info.protocol, r.protocol);
+    EXPECT_STREQ(info.vendor, r.vendor);
+    EXPECT_STREQ(info.model, r.model);
+    EXPECT_EQ(info.max_disk_num, r.disks);
+    EXPECT_EQ(info.capabilities, r.cap);
+  }
+  SE_ENC_INFO info;
+  ASSERT_EQ(se_sys_getinfo("root_cache", &info), 0);
+  EXPECT_EQ(info.cache_port_bitmap, 1u);
+  for (const char* bad : {"nothing_known", "px_1", "zmc1", "hzr_1", "mvs_1_1", ""}) {
+    SCOPED_TRACE(bad);
+    EXPECT_LT(se_sys_getinfo(bad, &info), 0);
+  }
+  EXPECT_LT(se_sys_getinfo(nullptr, &info), 0);
+  EXPECT_LT(se_sys_getinfo("root", nullptr), 0);
+}
+
+TEST_F(EncDiscoveryTest, RealExpanderRecordWithItsSesDevice) {
+  unpack_real_sas_tree();
+  std::string exp = "/sys/devices/pci0000:00/0000:00:03.0/0000:03:00.0/host11/port-11:0/expander-11:0";
+  std::string unit = exp + "/port-11:0:9/end_device-11:0:9/target11:0:10/11:0:10:0";
+  sysfs.attr(unit + "/type", "13");
+  sysfs.dir(unit + "/scsi_generic/sg30");
+  sysfs.raw(unit + "/vpd_pg80", std::string("\x0d\x80\x00\x0a  SES00A1  ", 14));
+  sysfs.attr("/sys/class/enclosure/11:0:10:0/components", "60");
+  SE_ENC_INFO info;
+  ASSERT_EQ(se_sys_getinfo("5000ccab0200947e", &info), 0);
+  EXPECT_EQ(info.protocol, SE_PROTOCOL_SAS);
+  EXPECT_STREQ(info.vendor, "HGST");
+  EXPECT_STREQ(info.model, "4U60_STOR_ENCL");
+  EXPECT_STREQ(info.revision, "0210");
+  EXPECT_EQ(std::string(info.wwn, 8), std::string("\x50\x00\xcc\xab\x02\x00\x94\x7e", 8));
+  char uid[SE_UNIQUE_ID_SIZE];
+  SE_Get_Unique_Id(&info, uid, sizeof uid);
+  EXPECT_STREQ(uid, "5000CCAB0200947E");
+  EXPECT_EQ(info.sas_address, 0x5000ccab0200947eULL);
+  EXPECT_STREQ(info.bsg_name, "expander-11:0");
+  EXPECT_STREQ(info.real_sys_id, "sg30");
+  EXPECT_STREQ(info.serial, "SES00A1");
+  EXPECT_EQ(info.max_disk_num, 60);
+  EXPECT_STREQ(info.enc_parent_sys_id, "root");
+  EXPECT_EQ(info.enc_parent_port_id, 0);
+  EXPECT_EQ(info.link_speed, 12);
+  EXPECT_EQ(info.capabilities, SE_CAP_SAS_ATTACHED);
+
+  ASSERT_EQ(se_sys_getinfo("5003048001e8967f", &info), 0);
+  EXPECT_STREQ(info.vendor, "LSI");
+  EXPECT_STREQ(info.real_sys_id, "");  // no SES device captured for it
+  EXPECT_EQ(info.link_speed, 6);
+}
+
+TEST(VpdSerialTest, ParsesOnlyWellFormedPages) {
+  using namespace std::string_literals;
+  struct Row { std::string bytes; std::optional<std::string> serial; };
+  for (const Row& r : {Row{"\x00\x80\x00\x04" "AB12"s, "AB12"},
+                       Row{"\x00\x80\x00\x06" " Z9  \x00"s, "Z9"},
+                       Row{"\x00\x80\x00\x00"s, ""},
+                       Row{"\x00\x83\x00\x04" "AB12"s, std::nullopt},
+                       Row{"\x00\x80\x00\x09" "AB12"s, std::nullopt},
+                       Row{"\x00\x80\x00\x02" "A\x01"s, std::nullopt},
+                       Row{"\x00\x80\x00"s, std::nullopt},
+                       Row{""s, std::nullopt}}) {
+    EXPECT_EQ(parse_vpd_serial(r.bytes), r.serial);
+  }
+}
+
+}  // namespace
+}  // namespace bayhal::test

@@ -1,0 +1,185 @@
+// The parsers of firmware and device bytes behind the model description: SMBIOS tables,
+// FRU board areas and PCI configuration space.
+#include <gtest/gtest.h>
+
+#include "model/fru.h"
+#include "model/pci_identity.h"
+#include "model/smbios.h"
+#include "tests/model/blob_builders.h"
+
+namespace bayhal {
+namespace {
+
+using test::Bytes;
+using test::DmiBuilder;
+
+TEST(Smbios, MemoryDeviceSizesInEveryEncoding) {
+  struct Case {
+    uint16_t word;
+    uint32_t ext;
+    bool installed, known;
+    uint64_t mb;
+  } cases[] = {
+      {8192, 0, true, true, 8192},                 // MB
+      {0x8000 | 0x0800, 0, true, true, 2},         // 2048 KB
+      {0x7FFF, 65536, true, true, 65536},          // extended size, MB
+      {0, 0, false, true, 0},                      // empty slot
+      {0xFFFF, 0, true, false, 0},                 // unknown
+  };
+  for (const Case& c : cases) {
+    DmiBuilder b;
+    DmiBuilder::Dimm d;
+    d.size_word = c.word;
+    d.ext_size_mb = c.ext;
+    b.memory_device(0x11, d).end_of_table();
+    smbios::Table t = smbios::parse_table(b.bytes());
+    ASSERT_TRUE(t.well_formed);
+    auto m = smbios::memory_device(*t.of_type(17).at(0));
+    ASSERT_TRUE(m);
+    EXPECT_EQ(m->installed, c.installed) << c.word;
+    EXPECT_EQ(m->size_known, c.known) << c.word;
+    EXPECT_EQ(m->size_mb, c.mb) << c.word;
+  }
+}
+
+TEST(Smbios, MemoryDeviceStringsAndFieldsByLayoutVersion) {
+  DmiBuilder b;
+  DmiBuilder::Dimm full;
+  DmiBuilder::Dimm old;  // SMBIOS 2.1: no speed, manufacturer or part number yet
+  old.length = 0x15;
+  b.memory_device(0x20, full).memory_device(0x21, old).end_of_table();
+  smbios::Table t = smbios::parse_table(b.bytes());
+  auto devs = t.of_type(17);
+  ASSERT_EQ(devs.size(), 2u);
+  auto m = smbios::memory_device(*devs[0]);
+  ASSERT_TRUE(m);
+  EXPECT_EQ(m->handle, 0x20);
+  EXPECT_EQ(m->locator, "DIMM_A1");
+  EXPECT_EQ(m->bank, "BANK 0");
+  EXPECT_EQ(m->manufacturer, "Acme Memory");
+  EXPECT_EQ(m->serial, "0000A1B2");
+  EXPECT_EQ(m->part_number, "AM4-8G-2666");
+  EXPECT_EQ(m->type, "DDR4");
+  EXPECT_EQ(m->speed_mts, 2666u);
+  EXPECT_EQ(m->configured_mts, 2666u);
+  EXPECT_EQ(m->rank, 1u);
+  auto o = smbios::memory_device(*devs[1]);
+  ASSERT_TRUE(o);
+  EXPECT_EQ(o->locator, "DIMM_A1");
+  EXPECT_EQ(o->manufacturer, "");
+  EXPECT_EQ(o->speed_mts, 0u);
+}
+
+TEST(Smbios, BadStringIndexGivesEmptyTextAndStructuresOfOtherTypesAreSkipped) {
+  DmiBuilder b;
+  b.add(0, 0, {1, 2, 0x00, 0xF0, 9}, {"Vendor", "1.0"});  // a BIOS record with index 9 of 2
+  b.power_supply(0x27, true).end_of_table();
+  smbios::Table t = smbios::parse_table(b.bytes());
+  ASSERT_EQ(t.structures.size(), 3u);
+  EXPECT_EQ(t.structures[0].string_at(4), "Vendor");
+  EXPECT_EQ(t.structures[0].string_at(8), "");   // index 9 of 2
+  EXPECT_EQ(t.structures[0].string_at(99), "");  // beyond the formatted area
+  EXPECT_FALSE(smbios::memory_device(t.structures[0]));
+  auto p = smbios::power_supply(*t.of_type(39).at(0));
+  ASSERT_TRUE(p);
+  EXPECT_TRUE(p->present);
+  EXPECT_EQ(p->name, "PSU");
+  EXPECT_EQ(p->max_watts, 550u);
+}
+
+TEST(Smbios, CutOrMalformedTablesKeepWhatCameBeforeAndSayNotWellFormed) {
+  DmiBuilder good;
+  good.memory_device(0x11, {});
+  Bytes base = good.bytes();
+
+  Bytes cut_area = base;
+  cut_area.insert(cut_area.end(), {17, 0x28, 0x12, 0x00, 1, 2, 3});  // 7 of 0x28 bytes
+  Bytes no_terminator = base;
+  no_terminator.insert(no_terminator.end(), {1, 4, 0x01, 0x00, 'a', 'b'});
+  Bytes short_length = base;
+  short_length.insert(short_length.end(), {17, 2, 0, 0, 0, 0});
+  for (const Bytes* bytes : {&cut_area, &no_terminator, &short_length}) {
+    smbios::Table t = smbios::parse_table(*bytes);
+    EXPECT_FALSE(t.well_formed);
+    ASSERT_EQ(t.structures.size(), 1u);
+    EXPECT_EQ(t.structures[0].handle, 0x11);
+  }
+  EXPECT_TRUE(smbios::parse_table(base).well_formed);  // ends cleanly without type 127
+}
+
+TEST(Smbios, NothingAfterTheEndOfTableIsRead) {
+  DmiBuilder b;
+  b.memory_device(1, {}).end_of_table();
+  Bytes bytes = b.bytes();
+  bytes.insert(bytes.end(), {17, 0xFF, 0xFF});  // junk past the end marker
+  smbios::Table t = smbios::parse_table(bytes);
+  EXPECT_TRUE(t.well_formed);
+  EXPECT_EQ(t.structures.size(), 2u);
+}
+
+TEST(Fru, BoardAreaFieldsAreDecoded) {
+  test::FruBoard b;
+  b.file_id = "02";  // one character would read as the end marker 0xC1
+  auto info = fru::parse_board(test::fru_image(b));
+  ASSERT_TRUE(info);
+  EXPECT_EQ(info->manufacturer, "Acme Backplanes");
+  EXPECT_EQ(info->product, "8-bay SATA backplane");
+  EXPECT_EQ(info->serial, "BP0001");
+  EXPECT_EQ(info->part_number, "BP-8SATA-A");
+  EXPECT_EQ(info->file_id, "02");
+}
+
+TEST(Fru, PackedAsciiAndBcdFields) {
+  // Board area by hand: manufacturer in 6-bit ASCII ("ABCD"), product in BCD plus ("12-4").
+  Bytes area{0x01, 0x02, 0x00, 0, 0, 0, 0x83, 0xA1, 0x38, 0x92, 0x42, 0x12, 0xB4, 0xC1};
+  area.resize(15, 0);
+  uint8_t sum = 0;
+  for (uint8_t x : area) sum = static_cast<uint8_t>(sum + x);
+  area.push_back(static_cast<uint8_t>(0x100 - sum));
+  Bytes image{0x01, 0, 0, 0x01, 0, 0, 0, 0xFE};
+  image.insert(image.end(), area.begin(), area.end());
+  auto info = fru::parse_board(image);
+  ASSERT_TRUE(info);
+  EXPECT_EQ(info->manufacturer, "ABCD");
+  EXPECT_EQ(info->product, "12-4");
+}
+
+TEST(Fru, BrokenImagesAreRefused) {
+  Bytes good = test::fru_image({});
+  Bytes bad_header = good;
+  bad_header[7] ^= 1;
+  Bytes bad_area = good;
+  bad_area[20] ^= 0x20;
+  Bytes cut(good.begin(), good.begin() + 20);
+  Bytes erased(256, 0xFF);
+  Bytes no_board = good;
+  no_board[3] = 0;
+  no_board[7] = static_cast<uint8_t>(no_board[7] + 1);
+  for (const Bytes* b : {&bad_header, &bad_area, &cut, &erased, &no_board})
+    EXPECT_FALSE(fru::parse_board(*b));
+  EXPECT_FALSE(fru::parse_board({}));
+}
+
+TEST(PciConfig, IdentityFromTheStandardHeader) {
+  Bytes cfg(64, 0);
+  cfg[0] = 0x86, cfg[1] = 0x80, cfg[2] = 0x0f, cfg[3] = 0x3e;  // 8086:3e0f
+  cfg[9] = 0x00, cfg[10] = 0x00, cfg[11] = 0x06;                // host bridge 060000
+  cfg[0x2C] = 0x49, cfg[0x2D] = 0x18, cfg[0x2E] = 0x0f, cfg[0x2F] = 0x3e;
+  auto id = parse_pci_config(cfg);
+  ASSERT_TRUE(id);
+  EXPECT_EQ(id->vendor, 0x8086);
+  EXPECT_EQ(id->device, 0x3e0f);
+  EXPECT_EQ(id->class_code, 0x060000u);
+  EXPECT_EQ(id->subsystem_vendor, 0x1849);
+  EXPECT_EQ(id->subsystem_device, 0x3e0f);
+
+  Bytes bridge = cfg;
+  bridge[0x0E] = 0x81;  // type 1 header, multi-function: no subsystem at 0x2C
+  EXPECT_EQ(parse_pci_config(bridge)->subsystem_vendor, 0);
+  Bytes absent(64, 0xFF);
+  EXPECT_FALSE(parse_pci_config(absent));
+  EXPECT_FALSE(parse_pci_config(Bytes(cfg.begin(), cfg.begin() + 0x2F)));
+}
+
+}  // namespace
+}  // namespace bayhal

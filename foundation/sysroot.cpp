@@ -1,17 +1,51 @@
 #include "foundation/sysroot.h"
 
+#include <unistd.h>
+
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
+#include <filesystem>
+#include <mutex>
 
 namespace bayhal {
+namespace {
+
+std::string_view without_trailing_slashes(std::string_view root) {
+  while (!root.empty() && root.back() == '/') root.remove_suffix(1);
+  return root;
+}
+
+// A relative root is taken against the working directory the first time it is seen and
+// kept: the library writes symbolic links and hands paths to other programs, and a root
+// that moved with the working directory would point those somewhere else. Entries are
+// never dropped, so the views handed out stay valid.
+std::string_view absolute_root(const char* given) {
+  struct Resolved {
+    std::string given, absolute;
+  };
+  static std::mutex lock;
+  static std::deque<Resolved> seen;
+  std::lock_guard<std::mutex> hold(lock);
+  for (const Resolved& r : seen)
+    if (r.given == given) return r.absolute;
+  std::error_code ec;
+  std::filesystem::path cwd = std::filesystem::current_path(ec);
+  // Without a working directory there is nothing to resolve against; the root is kept as
+  // given, which then names nothing that exists (a deleted directory holds no entries).
+  std::string absolute = ec ? std::string(given) : (cwd / given).lexically_normal().string();
+  seen.push_back({given, std::string(without_trailing_slashes(absolute))});
+  return seen.back().absolute;
+}
+
+}  // namespace
 
 std::string_view sys_root() {
   const char* r = std::getenv("HAL_ROOT");
-  if (r == nullptr) return {};
-  std::string_view root(r);
-  while (!root.empty() && root.back() == '/') root.remove_suffix(1);
-  return root;
+  if (r == nullptr || r[0] == '\0') return {};
+  if (r[0] != '/') return absolute_root(r);
+  return without_trailing_slashes(r);
 }
 
 bool is_unrooted_path(std::string_view path) {

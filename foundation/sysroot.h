@@ -1,5 +1,7 @@
 // The system root: every absolute path the library touches is resolved under HAL_ROOT
 // (unset or empty = "/"), so a test or the demo runs the whole library inside a directory.
+// A relative HAL_ROOT is made absolute against the working directory at its first use and
+// stays so for the life of the process.
 // The one exception is live process entries, "/proc/self/..." and "/proc/<pid>/...": they
 // describe this machine's processes, which a directory tree cannot stand in for.
 #pragma once

@@ -1,11 +1,18 @@
 #include "foundation/sysroot.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
+#include <filesystem>
+
+#include "bayhal/Ini_Conf.h"
 
 #include "tests/support/sandbox_root.h"
 
 namespace bayhal {
 namespace {
+
+class SysRootRelative : public test::SandboxTest {};
 
 TEST(SysRoot, UnsetOrEmptyRootIsSlash) {
   ::unsetenv("HAL_ROOT");
@@ -39,6 +46,25 @@ TEST(SysRoot, OverlongPathIsRefusedNotTruncated) {
   EXPECT_FALSE(p.ok());
   EXPECT_STREQ(p.c_str(), "");
   ::unsetenv("HAL_ROOT");
+}
+
+// A relative root is taken against the working directory once: a caller that changes
+// directory afterwards still reaches the same files, and what the library writes (here a
+// store file) lands under the absolute root.
+TEST_F(SysRootRelative, IsResolvedOnceAgainstTheWorkingDirectory) {
+  std::filesystem::path sandbox(root.dir());
+  std::filesystem::path old_cwd = std::filesystem::current_path();
+  std::filesystem::current_path(sandbox.parent_path());
+  ::setenv("HAL_ROOT", sandbox.filename().c_str(), 1);
+  EXPECT_EQ(sys_path("/etc/hal.conf"), root.dir() + "/etc/hal.conf");
+  EXPECT_GT(Ini_Conf_Set_Field("/etc/config/x.conf", "S", "k", "v"), 0);
+  std::filesystem::current_path(root.path("/etc"));
+  char value[8] = {};
+  EXPECT_GT(Ini_Conf_Get_Field("/etc/config/x.conf", "S", "k", value, sizeof value), 0);
+  EXPECT_STREQ(value, "v");
+  EXPECT_EQ(strip_root(root.dir() + "/etc/x"), "/etc/x");
+  EXPECT_NE(root.read("/etc/config/x.conf").find("k = v"), std::string::npos);
+  std::filesystem::current_path(old_cwd);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 
@@ -89,13 +90,15 @@ int spawn_and_wait(const std::vector<std::string>& argv, std::string* output) {
   return wait_for(pid);
 }
 
+std::vector<std::string> shell_argv(const std::string& line) {
+  return {"/bin/sh", "-c", reroot_command_line(posix_redirections(line))};
+}
+
 class RealRunner : public CommandRunner {
  public:
-  int shell(const std::string& line) override {
-    return spawn_and_wait({"/bin/sh", "-c", reroot_command_line(line)}, nullptr);
-  }
+  int shell(const std::string& line) override { return spawn_and_wait(shell_argv(line), nullptr); }
   int shell_read(const std::string& line, std::string& output) override {
-    return spawn_and_wait({"/bin/sh", "-c", reroot_command_line(line)}, &output);
+    return spawn_and_wait(shell_argv(line), &output);
   }
   int exec(const std::vector<std::string>& argv, std::string* output) override {
     if (argv.empty()) return -1;
@@ -155,6 +158,104 @@ std::string reroot_command_line(std::string_view line) {
       if (c != ' ' && c != '\t') at_command = true;
     } else {
       at_command = false;
+    }
+    out.push_back(c);
+    ++i;
+  }
+  return out;
+}
+
+namespace {
+
+bool ends_word(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == ';' || c == '&' || c == '|' || c == '(' ||
+         c == ')' || c == '<' || c == '>';
+}
+
+// End of the shell word that starts at `i`, quotes and escapes included.
+size_t word_end(std::string_view line, size_t i) {
+  char quote = 0;
+  for (; i < line.size(); ++i) {
+    char c = line[i];
+    if (quote != 0) {
+      if (c == quote)
+        quote = 0;
+      else if (c == '\\' && quote == '"')
+        ++i;
+    } else if (c == '\'' || c == '"') {
+      quote = c;
+    } else if (c == '\\') {
+      ++i;
+    } else if (ends_word(c)) {
+      break;
+    }
+  }
+  return std::min(i, line.size());
+}
+
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+// ">&2", ">&-": a duplication, which POSIX shells read as bash does.
+bool is_fd_word(std::string_view w) {
+  return w == "-" || (!w.empty() && std::all_of(w.begin(), w.end(), is_digit));
+}
+
+}  // namespace
+
+std::string posix_redirections(std::string_view line) {
+  std::string out;
+  out.reserve(line.size() + 16);
+  char quote = 0;
+  size_t i = 0;
+  while (i < line.size()) {
+    char c = line[i];
+    // Quoted and escaped text is copied as it stands.
+    if (quote != 0) {
+      out.push_back(c);
+      if (c == quote)
+        quote = 0;
+      else if (c == '\\' && quote == '"' && i + 1 < line.size())
+        out.push_back(line[++i]);
+      ++i;
+      continue;
+    }
+    if (c == '\'' || c == '"') {
+      quote = c;
+      out.push_back(c);
+      ++i;
+      continue;
+    }
+    if (c == '\\') {
+      out.append(line.substr(i, 2));
+      i += 2;
+      continue;
+    }
+    std::string_view rest = line.substr(i);
+    if (rest.starts_with("&&") || rest.starts_with("||")) {
+      out.append(rest.substr(0, 2));
+      i += 2;
+      continue;
+    }
+    if (rest.starts_with("|&")) {
+      out += " 2>&1 |";
+      i += 2;
+      continue;
+    }
+    size_t op = rest.starts_with("&>>") ? 3 : rest.starts_with("&>") ? 2 : 0;
+    bool gt_amp = op == 0 && rest.starts_with(">&") && (i == 0 || !is_digit(line[i - 1]));
+    if (gt_amp) op = 2;
+    if (op != 0) {
+      size_t w = i + op;
+      while (w < line.size() && (line[w] == ' ' || line[w] == '\t')) ++w;
+      size_t e = word_end(line, w);
+      std::string_view word = line.substr(w, e - w);
+      if (!word.empty() && !(gt_amp && is_fd_word(word))) {
+        out += op == 3 ? ">>" : ">";
+        out.append(word);
+        out += " 2>&1";
+        i = e;
+        continue;
+      }
     }
     out.push_back(c);
     ++i;

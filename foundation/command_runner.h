@@ -1,6 +1,7 @@
 // The command-runner seam. Two forms:
 //  - shell form, for the fixed command lines the system specifies ("/sbin/udevadm ...");
-//    system()/popen() semantics;
+//    system()/popen() semantics, with the bash redirections those lines were written with
+//    ("&>", ">&FILE", "|&") kept meaning what they mean in bash, whatever /bin/sh is;
 //  - argv form, for anything that carries text a caller or a device controls: no shell.
 // Under a system root, an absolute program path ("/sbin/udevadm") runs the stand-in at
 // "$HAL_ROOT/sbin/udevadm" when one exists there, so tests record what the library runs.
@@ -33,6 +34,12 @@ void set_runner(CommandRunner* r);
 // Rewrites each absolute program path at a command position of a shell line to its
 // stand-in under the system root when that stand-in exists.
 std::string reroot_command_line(std::string_view line);
+
+// The same line with bash's both-streams redirections in their POSIX spelling, so that
+// /bin/sh (dash, busybox) runs it as bash would: "&>W" and ">&W" become ">W 2>&1", "&>>W"
+// becomes ">>W 2>&1", "|&" becomes "2>&1 |". Quoted text and fd duplications (">&2",
+// "2>&1", ">&-") are left alone.
+std::string posix_redirections(std::string_view line);
 
 // Single-quotes `text` for /bin/sh so that it always stays one word.
 std::string shell_quote(std::string_view text);

@@ -1,5 +1,6 @@
 #include "foundation/command_runner.h"
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -61,6 +62,35 @@ TEST_F(CommandRunnerTest, HostManagementProgramsAreNeverRunUnderARoot) {
   EXPECT_EQ(runner().exec({"/usr/sbin/nonexistent-tool"}), 127);
   EXPECT_EQ(runner().exec({"/etc/init.d/pd_attach", "0", "3"}), 127);
   EXPECT_EQ(runner().exec({"/bin/sh", "-c", "exit 3"}), 3);
+}
+
+// Lines written for bash run with bash's meaning under any /bin/sh: "&>" must not put the
+// command in the background (its status and output would escape), ">&FILE" must not be a
+// syntax error, "|&" must carry standard error down the pipe.
+TEST_F(CommandRunnerTest, BashRedirectionsKeepTheirMeaning) {
+  root.write("/sbin/noisy", "#!/bin/sh\necho out\necho err >&2\nexit 3\n");
+  ::chmod(root.path("/sbin/noisy").c_str(), 0755);
+  struct Case {
+    const char* line;
+    const char* output;
+    int status;
+  } cases[] = {
+      {"/sbin/noisy &>/dev/null", "", 3},
+      {"/sbin/noisy >&/dev/null", "", 3},
+      {"/sbin/noisy >& /dev/null; echo $?", "3\n", 0},
+      {"/sbin/noisy |& /bin/sort", "err\nout\n", 0},
+      {"/sbin/noisy 2>/dev/null >&2", "", 3},
+      {"/sbin/noisy 2 >& 1 2>/dev/null", "out\n", 3},
+      {"echo '&>x' \"|&\" \\&", "&>x |& &\n", 0},
+  };
+  for (const Case& c : cases) {
+    std::string out;
+    int status = runner().shell_read(c.line, out);
+    EXPECT_EQ(out, c.output) << c.line;
+    EXPECT_EQ(exit_code_of(status), c.status) << c.line;
+  }
+  EXPECT_EQ(posix_redirections("a &>>log; b>&f; c 2>&1 >&-; d&&e||f"),
+            "a >>log 2>&1; b>f 2>&1; c 2>&1 >&-; d&&e||f");
 }
 
 TEST(RerootCommandLine, OnlyCommandPositionsAreRewritten) {

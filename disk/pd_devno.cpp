@@ -13,26 +13,17 @@
 #include "disk/disk_backend.h"
 #include "disk/disk_store.h"
 #include "disk/enc_access.h"
+#include "disk/pd_devno.h"
 #include "disk/pd_fields.h"
 #include "disk/pd_query.h"
-#include "disk/pd_devno.h"
 #include "disk/pd_wwn.h"
 #include "foundation/export.h"
-#include "foundation/sysroot.h"
-#include "foundation/unique_fd.h"
+#include "foundation/sysfs.h"
+#include "foundation/text.h"
 
 namespace bayhal::disk {
 
 namespace {
-
-// Small sysfs text files; anything longer is cut.
-std::string read_small(const std::string& path) {
-  UniqueFd fd(::open(SysPath(path).c_str(), O_RDONLY | O_CLOEXEC));
-  if (!fd) return {};
-  char buf[1024];
-  ssize_t n = ::read(fd.get(), buf, sizeof buf);
-  return n > 0 ? std::string(buf, static_cast<size_t>(n)) : std::string();
-}
 
 bool safe_name(std::string_view name) {
   return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos;
@@ -41,19 +32,14 @@ bool safe_name(std::string_view name) {
 }  // namespace
 
 std::string devname_from_uevent(std::string_view text) {
-  size_t at = 0;
-  while (at < text.size()) {
-    size_t nl = text.find('\n', at);
-    std::string_view line = text.substr(at, nl == std::string_view::npos ? std::string_view::npos
-                                                                          : nl - at);
-    if (line.substr(0, 8) == "DEVNAME=") {
-      std::string_view name = line.substr(8);
-      return safe_name(name) ? "/dev/" + std::string(name) : std::string();
-    }
-    if (nl == std::string_view::npos) break;
-    at = nl + 1;
-  }
-  return {};
+  std::string dev;
+  for_each_line(text, [&](std::string_view line) {
+    if (!line.starts_with("DEVNAME=")) return true;
+    std::string_view name = line.substr(8);
+    if (safe_name(name)) dev = "/dev/" + std::string(name);
+    return false;
+  });
+  return dev;
 }
 
 // "/dev/<name>" of a device number, from the "DEVNAME=" line of its uevent.
@@ -61,7 +47,7 @@ std::string name_of_dev_no(int major, int minor) {
   if (major < 0 || minor < 0) return {};
   char path[64];
   std::snprintf(path, sizeof path, "/sys/dev/block/%d:%d/uevent", major, minor);
-  return devname_from_uevent(read_small(path));
+  return devname_from_uevent(read_head(path, 4096).value_or(""));
 }
 
 // Device number of "/dev/sd*", "/dev/vd*" (virtio) or "/dev/xvd*" (Xen).
@@ -71,7 +57,7 @@ bool dev_no_of_name(std::string_view name, int* major, int* minor) {
     if (name.substr(0, prefix.size()) == prefix) accepted = true;
   std::string_view base = name.substr(5);
   if (!accepted || !safe_name(base)) return false;
-  std::string text = read_small("/sys/class/block/" + std::string(base) + "/dev");
+  std::string text = sysfs_read("/sys/class/block/" + std::string(base) + "/dev").value_or("");
   int ma = -1;
   int mi = -1;
   if (std::sscanf(text.c_str(), "%d:%d", &ma, &mi) != 2 || ma < 0 || mi < 0) return false;

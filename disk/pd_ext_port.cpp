@@ -10,6 +10,7 @@
 #include "disk/enc_access.h"
 #include "disk/pd_fields.h"
 #include "ini/ini_store.h"
+#include "model/model_keys.h"
 
 namespace bayhal::disk {
 
@@ -31,12 +32,10 @@ void set_ext_port(const std::string& file, int n, const std::string& value) {
 
 // The mini-SAS port (from 0) of the card whose lanes lead to `pd_sys_id`, or -1.
 int find_card_port(int pcie_slot, std::string_view pd_sys_id) {
-  std::string slot_section = "System PCIE SLOT " + std::to_string(pcie_slot);
-  auto slot = ini::read_section(kModelConf, slot_section);
-  if (!slot) return -1;
-  const std::string_view* bus = slot->find("DEV_BUS");
-  if (bus == nullptr) return -1;
-  int domain = static_cast<int>(slot->get_int("DEV_DOMAIN").value_or(0));
+  auto slot = model::pcie_slot(pcie_slot);
+  if (!slot || slot->slot.dev_bus.empty()) return -1;
+  const std::string& bus = slot->slot.dev_bus;
+  int domain = slot->slot.domain;
   HzrCardDescription card;
   if (disk_backend().hzr_card_description(pcie_slot, &card) != 0) return -1;
   for (int p = 0; p < card.minisas_port_count; ++p) {
@@ -44,7 +43,7 @@ int find_card_port(int pcie_slot, std::string_view pd_sys_id) {
     for (int lane = 0; lane < kLanesPerPort; ++lane) {
       int index = card.port_offset + lane + (card.minisas_port_count > 3 ? kLanesPerPort * p : 0);
       char name[PD_NAME_LEN] = {};
-      if (disk_backend().lookup_in_pcie_enclosure(domain, std::string(*bus).c_str(), switch_port, index, name,
+      if (disk_backend().lookup_in_pcie_enclosure(domain, bus.c_str(), switch_port, index, name,
                                                   sizeof name) != 0)
         continue;
       if (text_of(name) == pd_sys_id) return p;

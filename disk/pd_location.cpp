@@ -8,7 +8,7 @@
 #include "disk/enc_access.h"
 #include "disk/pd_query.h"
 #include "foundation/export.h"
-#include "ini/ini_store.h"
+#include "model/model_keys.h"
 
 namespace {
 
@@ -18,8 +18,8 @@ constexpr int kRootEncId = 0;
 // section "Usb Port <n>" of the model description); which ports face the front is board data.
 bool is_front_usb_port(int port) {
   if (port < 1) return false;
-  auto s = bayhal::ini::read_section(bayhal::disk::kModelConf, "Usb Port " + std::to_string(port));
-  return s && s->get_int("FRONT_PORT").value_or(0) == 1;
+  auto s = bayhal::model::read_slot("Usb Port", port);
+  return s && s->front;
 }
 
 int sas_answer(const char* fn, int enc_id, int port_id, bool direct) {

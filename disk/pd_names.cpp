@@ -13,6 +13,7 @@
 #include "disk/pd_query.h"
 #include "foundation/export.h"
 #include "ini/ini_store.h"
+#include "model/model_keys.h"
 
 namespace bayhal::disk {
 
@@ -22,13 +23,6 @@ constexpr int kCacheEncId = 23;  // the internal cache enclosure's id
 constexpr int kZmcProtocol = 9;  // M.2 card units
 constexpr int kHzrProtocol = 11;
 constexpr int kMvsProtocol = 12;
-
-std::optional<std::string> model_key(const std::string& section, const std::string& key) {
-  auto s = ini::read_section(kModelConf, section);
-  const std::string_view* v = s ? s->find(key) : nullptr;
-  if (v == nullptr || v->empty()) return std::nullopt;
-  return std::string(*v);
-}
 
 bool is_member(int port_id) { return is_member_id(port_id); }
 int member_slot(int port_id) { return port_id / PD_MEMBER_PORT_ID_FACTOR; }
@@ -70,8 +64,10 @@ std::string slotted_name(const std::string& log, const std::string& slot, int po
 std::optional<std::string> slot_name(int enc_id, int port_id) {
   if (enc_id < 0 || port_id < 0) return std::nullopt;
   int slot = is_member(port_id) ? member_slot(port_id) : port_id;
-  if (enc_id == 0) return model_key("System Disk " + std::to_string(slot), "SLOT_NAME");
-  if (enc_id == kCacheEncId) return model_key("Cache Disk " + std::to_string(slot), "SLOT_NAME");
+  if (enc_id == 0 || enc_id == kCacheEncId) {
+    auto s = model::read_slot(enc_id == 0 ? "System Disk" : "Cache Disk", slot);
+    return s ? s->slot_name : std::nullopt;
+  }
   int protocol = enc_protocol(enc_id);
   if (protocol == kMvsProtocol) {
     std::string model = enc_model(enc_id);
@@ -109,8 +105,8 @@ std::string log_name(int enc_id, int port_id) {
     return format("%s: PCIe %d SSD %d", log, pcie, port_id) ;
   }
   if (sys == "root_usb") {
-    auto id = ini::read_section(kModelConf, "Usb Port " + std::to_string(port_id));
-    int shown = static_cast<int>(id ? id->get_int("SLOT_ID").value_or(port_id) : port_id);
+    auto slot = model::read_slot("Usb Port", port_id);
+    int shown = slot && slot->slot_id ? *slot->slot_id : port_id;
     return format("%s port %d", log, shown);
   }
   if (enc_is_internal(enc_id)) return disk_name(log, port_id);

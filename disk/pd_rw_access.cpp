@@ -1,9 +1,6 @@
 // pd_sys_check_rw_access: a disk is registered only once it has shown that it completes
 // I/O. The kernel's per-device request and completion counters tell without sending a
 // command of our own; a fresh disk gets three one-second chances to catch up.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <optional>
 #include <string>
@@ -13,8 +10,7 @@
 #include "disk/pd_attach.h"
 #include "disk/pd_fields.h"
 #include "foundation/clock.h"
-#include "foundation/sysroot.h"
-#include "foundation/unique_fd.h"
+#include "foundation/sysfs.h"
 
 namespace bayhal {
 
@@ -44,16 +40,9 @@ bool skips_check(std::string_view enc, std::string_view pd) {
 
 // The kernel writes these counters as "0x%x".
 std::optional<long> read_counter(const std::string& dir, const char* name) {
-  UniqueFd fd(::open(SysPath(dir + "/" + name).c_str(), O_RDONLY | O_CLOEXEC));
-  if (!fd) return std::nullopt;
-  char buf[32];
-  ssize_t n = ::read(fd.get(), buf, sizeof buf - 1);
-  if (n <= 0) return std::nullopt;
-  buf[n] = '\0';
-  char* end = nullptr;
-  long v = std::strtol(buf, &end, 0);
-  if (end == buf || v < 0) return std::nullopt;
-  return v;
+  auto v = sysfs_read_int(dir + "/" + name);
+  if (!v || *v < 0) return std::nullopt;
+  return static_cast<long>(*v);
 }
 
 // The device folder that holds the counters: through the disk's SCSI generic node, or its

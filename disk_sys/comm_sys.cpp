@@ -4,7 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "disk_sys/sysfs_util.h"
+#include "foundation/sysfs.h"
+#include "foundation/text.h"
 
 namespace bayhal {
 

@@ -7,7 +7,8 @@
 #include "disk_sys/device_commands.h"
 #include "disk_sys/nvme_identify.h"
 #include "disk_sys/scsi_pages.h"
-#include "disk_sys/sysfs_util.h"
+#include "foundation/sysfs.h"
+#include "foundation/text.h"
 
 namespace bayhal {
 namespace {

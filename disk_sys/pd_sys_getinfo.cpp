@@ -6,10 +6,11 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "disk_sys/comm_sys.h"
-#include "disk_sys/model_slots.h"
 #include "disk_sys/pd_identity.h"
 #include "disk_sys/pd_sys.h"
-#include "disk_sys/sysfs_util.h"
+#include "foundation/sysfs.h"
+#include "foundation/text.h"
+#include "model/model_keys.h"
 
 namespace bayhal {
 namespace {
@@ -48,16 +49,9 @@ bool below_usb(const std::string& path) {
 // bit n-1 for slot n.
 bool cacheable(std::string_view enc, int port) {
   if (port < 1 || port > 32) return false;
-  const char* section = enc == "root_cache" ? "Cache Enclosure" : "System Enclosure";
   if (enc != "root" && enc != "root_cache") return false;
-  auto text = model_key(section, "SYSTEM_DISK_CACHEABLE_BITMAP");
-  unsigned long long bits = 1;
-  if (text) {
-    std::string t = *text;
-    if (t.rfind("0x", 0) != 0 && t.rfind("0X", 0) != 0) t = "0x" + t;
-    bits = static_cast<unsigned long long>(parse_number(t).value_or(1));
-  }
-  return (bits >> (port - 1)) & 1;
+  return (model::cacheable_bitmap(enc == "root_cache" ? "Cache Enclosure" : "System Enclosure") >>
+          (port - 1)) & 1;
 }
 
 int getinfo_pd_in_root_enclosure(const char* enc, const char* name, PD_INFO* info) {

@@ -2,18 +2,18 @@
 // driver and the self-encrypting-drive mark.
 #include <cctype>
 #include <cstring>
-#include <fstream>
 #include <sstream>
 #include <string>
 
 #include "bayhal/ERR_TRACE.h"
-#include "disk_sys/model_slots.h"
 #include "disk_sys/pd_sys.h"
 #include "disk_sys/root_lookup.h"
 #include "disk_sys/root_slots.h"
-#include "disk_sys/sysfs_util.h"
 #include "foundation/command_runner.h"
+#include "foundation/sysfs.h"
 #include "foundation/sysroot.h"
+#include "foundation/text.h"
+#include "model/model_keys.h"
 
 namespace bayhal {
 namespace {
@@ -62,7 +62,7 @@ int pd_sys_get_sys_id_by_sys_name(const char* sys_name, char* sys_id, int size) 
 int pd_sys_get_boot_disk(char* name, int size) {
   // A model that names the boot device's port: "Boot Enclosure" with DEV_BUS and DEV_PORT
   // (a port of a disk controller, or a USB port list).
-  if (auto s = read_slot("Boot Enclosure"); s && !s->dev_bus.empty()) {
+  if (auto s = model::read_slot("Boot Enclosure"); s && !s->dev_bus.empty()) {
     std::string ctrl =
         resolve_controller(s->domain, s->dev_bus, s->bridge_bus, s->switch_port, false);
     std::vector<FoundDisk> disks;
@@ -73,16 +73,15 @@ int pd_sys_get_boot_disk(char* name, int size) {
     if (!disks.empty()) return put(disks.front().name, name, size);
   }
   // Otherwise the disk that holds "/boot", else the one that holds "/".
-  std::ifstream in(SysPath("/proc/mounts").c_str());
-  std::string line, boot_dev, root_dev;
-  while (std::getline(in, line)) {
-    std::istringstream fields(line);
+  std::string boot_dev, root_dev;
+  for_each_line(read_file("/proc/mounts", 1 << 20).value_or(""), [&](std::string_view line) {
+    std::istringstream fields{std::string(line)};
     std::string dev, dir;
     fields >> dev >> dir;
-    if (dev.rfind("/dev/", 0) != 0) continue;
+    if (dev.rfind("/dev/", 0) != 0) return;
     if (dir == "/boot" && boot_dev.empty()) boot_dev = dev;
     if (dir == "/" && root_dev.empty()) root_dev = dev;
-  }
+  });
   for (const auto& dev : {boot_dev, root_dev}) {
     char id[PD_NAME_LEN];
     if (!dev.empty() && pd_sys_get_sys_id_by_sys_name(dev.c_str(), id, sizeof id) == 0)

@@ -2,9 +2,10 @@
 #include <string>
 #include <string_view>
 
-#include "disk_sys/model_slots.h"
 #include "disk_sys/pd_sys.h"
-#include "disk_sys/sysfs_util.h"
+#include "foundation/sysfs.h"
+#include "foundation/text.h"
+#include "model/model_keys.h"
 
 namespace bayhal {
 namespace {
@@ -53,9 +54,7 @@ int default_max(std::string_view enc) {
                         : enc == "root_esata" ? "Esata Enclosure"
                         : enc == "root_usb"   ? "Usb Enclosure"
                                               : "System Enclosure";
-  auto v = model_key(section, "DISK_DEFAULT_MAX_LINK_SPEED");
-  if (!v) return 0;
-  return static_cast<int>(parse_number(*v).value_or(0));
+  return model::default_max_link_speed(section);
 }
 
 // The nearest folder above `path` whose name satisfies `pred`.

@@ -2,9 +2,10 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "disk_sys/comm_sys.h"
-#include "disk_sys/model_slots.h"
 #include "disk_sys/pd_sys.h"
-#include "disk_sys/sysfs_util.h"
+#include "foundation/sysfs.h"
+#include "foundation/text.h"
+#include "model/model_keys.h"
 
 namespace bayhal {
 namespace {
@@ -24,7 +25,7 @@ void add(std::vector<SlotHit>& out, int port, const std::vector<FoundDisk>& disk
 }
 
 // A plain slot: DEV_BUS and DEV_PORT (both required) on a controller.
-std::vector<FoundDisk> plain_slot(const SlotDesc& s, int n, bool use_switch, bool all_targets) {
+std::vector<FoundDisk> plain_slot(const model::SlotDesc& s, int n, bool use_switch, bool all_targets) {
   if (s.dev_bus.empty() || s.dev_port_text.empty() || s.dev_port < 0) return {};
   int switch_port = use_switch ? s.switch_port : -1;
   ERR_TRACE(HAL_TRACE_INFO, "%s(%d):Disk %d:%s:%d\n", kFn, __LINE__, n, s.dev_bus.c_str(),
@@ -33,7 +34,7 @@ std::vector<FoundDisk> plain_slot(const SlotDesc& s, int n, bool use_switch, boo
   ERR_TRACE(HAL_TRACE_INFO, "%s(%d):PCI Switch Port = %d\n", kFn, __LINE__, switch_port);
   ERR_TRACE(HAL_TRACE_INFO, "%s(%d):Bridge bus = %s\n", kFn, __LINE__, s.bridge_bus.c_str());
   std::string ctrl = resolve_controller(s.domain, s.dev_bus, s.bridge_bus, switch_port,
-                                        disk_drv_type() == kDrvM2);
+                                        model::disk_drv_type() == model::kDrvM2);
   if (ctrl.empty()) return {};
   return lookup_in_controller(ctrl, s.dev_port, all_targets);
 }
@@ -41,12 +42,12 @@ std::vector<FoundDisk> plain_slot(const SlotDesc& s, int n, bool use_switch, boo
 // Slots of one kind: "<prefix> n", sub-sections "<sub_prefix> n-d" when MULTI_DEVICE is set.
 void slots_of(std::vector<SlotHit>& out, const char* prefix, const char* sub_prefix,
               bool use_switch, bool all_targets) {
-  for (int n : slot_numbers(prefix)) {
-    auto s = read_slot(std::string(prefix) + " " + std::to_string(n));
+  for (int n : model::slot_numbers(prefix)) {
+    auto s = model::read_slot(std::string(prefix) + " " + std::to_string(n));
     if (!s) continue;
     if (s->multi > 0 && sub_prefix != nullptr) {
       for (int d = 1; d <= s->multi && d <= 4; ++d) {
-        auto sub = read_slot(std::string(sub_prefix) + " " + std::to_string(n) + "-" +
+        auto sub = model::read_slot(std::string(sub_prefix) + " " + std::to_string(n) + "-" +
                              std::to_string(d));
         if (!sub) continue;
         for (const auto& disk : plain_slot(*sub, n, use_switch, false))
@@ -69,7 +70,7 @@ std::vector<FoundDisk> block_in(const std::string& dir) {
 }
 
 // get_virtio_device: the virtio disk of PCI function DEV_BUS, or of "virtio<DEV_PORT>".
-std::vector<FoundDisk> get_virtio_device(const SlotDesc& s) {
+std::vector<FoundDisk> get_virtio_device(const model::SlotDesc& s) {
   if (!s.dev_bus.empty()) {
     std::string pci = sysfs_resolve(comm_sys_get_path_from_c_dev_bus(s.domain, s.dev_bus));
     if (pci.empty()) return {};
@@ -81,23 +82,23 @@ std::vector<FoundDisk> get_virtio_device(const SlotDesc& s) {
 }
 
 // get_xenvbd_device: the disk of Xen virtual block device DEV_PORT ("vbd-51712").
-std::vector<FoundDisk> get_xenvbd_device(const SlotDesc& s) {
+std::vector<FoundDisk> get_xenvbd_device(const model::SlotDesc& s) {
   if (s.dev_port < 0) return {};
   return block_in("/sys/bus/xen/devices/vbd-" + std::to_string(s.dev_port));
 }
 
 void system_disks(std::vector<SlotHit>& out) {
-  int drv = disk_drv_type();
-  if (drv != kDrvVirtio && drv != kDrvXenvbd && drv != kDrvUsb) {
+  int drv = model::disk_drv_type();
+  if (drv != model::kDrvVirtio && drv != model::kDrvXenvbd && drv != model::kDrvUsb) {
     slots_of(out, "System Disk", "System Disk", true, false);
     return;
   }
-  for (int n : slot_numbers("System Disk")) {
-    auto s = read_slot("System Disk " + std::to_string(n));
+  for (int n : model::slot_numbers("System Disk")) {
+    auto s = model::read_slot("System Disk " + std::to_string(n));
     if (!s) continue;
-    if (drv == kDrvVirtio)
+    if (drv == model::kDrvVirtio)
       add(out, n, get_virtio_device(*s));
-    else if (drv == kDrvXenvbd)
+    else if (drv == model::kDrvXenvbd)
       add(out, n, get_xenvbd_device(*s));
     else if (!s->dev_bus.empty())
       add(out, n, usb_slot_disks(*s, false));
@@ -105,12 +106,12 @@ void system_disks(std::vector<SlotHit>& out) {
 }
 
 void usb_ports(std::vector<SlotHit>& out) {
-  for (int n : slot_numbers("Usb Port")) {
-    auto s = read_slot("Usb Port " + std::to_string(n));
+  for (int n : model::slot_numbers("Usb Port")) {
+    auto s = model::read_slot("Usb Port " + std::to_string(n));
     if (!s) continue;
     if (s->multi > 0) {
       for (int d = 1; d <= s->multi && d <= 4; ++d) {
-        auto sub = read_slot("Usb Port " + std::to_string(n) + "-" + std::to_string(d));
+        auto sub = model::read_slot("Usb Port " + std::to_string(n) + "-" + std::to_string(d));
         if (!sub || sub->dev_bus.empty()) continue;
         for (const auto& disk : usb_slot_disks(*sub, true))
           out.push_back({member_port(n, d - 1), disk});
@@ -122,8 +123,8 @@ void usb_ports(std::vector<SlotHit>& out) {
 }
 
 void mmc_ports(std::vector<SlotHit>& out) {
-  for (int n : slot_numbers("MMC Port")) {
-    auto s = read_slot("MMC Port " + std::to_string(n));
+  for (int n : model::slot_numbers("MMC Port")) {
+    auto s = model::read_slot("MMC Port " + std::to_string(n));
     if (!s || s->dev_bus.empty()) continue;
     std::string ctrl = resolve_controller(s->domain, s->dev_bus, s->bridge_bus, -1, false);
     if (ctrl.empty()) continue;
@@ -139,7 +140,7 @@ void mmc_ports(std::vector<SlotHit>& out) {
 }
 
 void pcie_slot(std::vector<SlotHit>& out, int slot) {
-  auto s = read_slot("System PCIE SLOT " + std::to_string(slot));
+  auto s = model::read_slot("System PCIE SLOT " + std::to_string(slot));
   if (!s || s->dev_bus.empty()) return;
   std::string ctrl = resolve_controller(s->domain, s->dev_bus, s->bridge_bus, s->switch_port, false);
   if (ctrl.empty()) return;
@@ -161,7 +162,7 @@ void pcie_slot(std::vector<SlotHit>& out, int slot) {
 
 }  // namespace
 
-std::vector<FoundDisk> usb_slot_disks(const SlotDesc& s, bool with_bridge) {
+std::vector<FoundDisk> usb_slot_disks(const model::SlotDesc& s, bool with_bridge) {
   std::string bridge = with_bridge ? s.bridge_bus : std::string();
   std::string ctrl = resolve_controller(s.domain, s.dev_bus, bridge, s.switch_port, false);
   if (ctrl.empty()) return {};
@@ -169,7 +170,7 @@ std::vector<FoundDisk> usb_slot_disks(const SlotDesc& s, bool with_bridge) {
     return lookup_usb_ports(ctrl, comm_sys_get_each_usb_port(s.dev_port_text), s.in_hub,
                             s.hub_port, 0);
   std::vector<FoundDisk> out;
-  const std::pair<const std::optional<UsbConnection>*, int> variants[] = {
+  const std::pair<const std::optional<model::UsbConnection>*, int> variants[] = {
       {&s.ssp, 6}, {&s.ss, 4}, {&s.ns, 3}};
   for (const auto& [conn, cls] : variants) {
     if (!conn->has_value()) continue;

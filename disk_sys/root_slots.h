@@ -19,8 +19,10 @@ struct SlotHit {
 std::vector<SlotHit> root_enclosure_disks(std::string_view enc_sys_id);
 
 // The disks of one USB port description (DEV_PORT list, or its SSP/SS/NS variants).
+namespace model {
 struct SlotDesc;
-std::vector<FoundDisk> usb_slot_disks(const SlotDesc& slot, bool with_bridge);
+}
+std::vector<FoundDisk> usb_slot_disks(const model::SlotDesc& slot, bool with_bridge);
 
 // iSCSI disks: those below the kernel's iSCSI sessions.
 std::vector<FoundDisk> enumerate_pd_in_iscsi_enclousre();

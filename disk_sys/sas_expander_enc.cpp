@@ -3,7 +3,8 @@
 #include <string>
 
 #include "disk_sys/comm_sys.h"
-#include "disk_sys/sysfs_util.h"
+#include "foundation/sysfs.h"
+#include "foundation/text.h"
 
 namespace bayhal {
 namespace {

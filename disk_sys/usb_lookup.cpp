@@ -4,7 +4,8 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "disk_sys/root_lookup.h"
-#include "disk_sys/sysfs_util.h"
+#include "foundation/sysfs.h"
+#include "foundation/text.h"
 
 namespace bayhal {
 namespace {

@@ -8,15 +8,13 @@
 
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_ids.h"
+#include "foundation/text.h"
 
 namespace bayhal {
 namespace {
 
-std::string_view trim(const char* text) {
-  std::string_view v = text == nullptr ? std::string_view{} : std::string_view(text);
-  while (!v.empty() && (v.front() == ' ' || v.front() == '\t')) v.remove_prefix(1);
-  while (!v.empty() && (v.back() == ' ' || v.back() == '\t')) v.remove_suffix(1);
-  return v;
+std::string_view trimmed(const char* text) {
+  return text == nullptr ? std::string_view{} : trim(text);
 }
 
 }  // namespace
@@ -24,10 +22,10 @@ std::string_view trim(const char* text) {
 int se_sys_make_display_name(const char* model, const char* serial, char* name, int size) {
   if (name == nullptr || size < 1) return -1;
   name[0] = '\0';
-  std::string_view m = trim(model);
+  std::string_view m = trimmed(model);
   if (m.empty()) return -1;
   std::string out(m);
-  std::string_view s = trim(serial);
+  std::string_view s = trimmed(serial);
   if (!s.empty()) {
     out += '-';
     out += s.substr(s.size() > 4 ? s.size() - 4 : 0);

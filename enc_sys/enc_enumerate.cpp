@@ -7,14 +7,15 @@
 #include <string>
 
 #include "bayhal/ERR_TRACE.h"
-#include "enclosure/enc_conf.h"
 #include "enc_sys/enc_discovery.h"
 #include "enc_sys/expansion_units.h"
 #include "enc_sys/pcie_slots.h"
 #include "enc_sys/private_backends.h"
 #include "enc_sys/sas_expander.h"
+#include "enclosure/enc_conf.h"
 #include "foundation/command_runner.h"
 #include "foundation/sysroot.h"
+#include "model/model_keys.h"
 
 namespace bayhal {
 namespace {
@@ -55,7 +56,7 @@ void list_usb_units(Listing& list) {
 }
 
 void list_pcie_slots(Listing& list, int sas_first, int sas_found) {
-  int slots = static_cast<int>(conf_get_int(kModelConf, "System Enclosure", "MAX_PCIE_SLOT").value_or(0));
+  int slots = model::max_pcie_slot();
   int sas_stored = std::min(sas_found, std::max(0, list.capacity() - sas_first));
   for (int slot = 1; slot <= slots; ++slot) {
     // An HBA with an expander behind it is not a card enclosure of its own.
@@ -88,7 +89,7 @@ int se_sys_enumerate(char** names, int capacity) {
   if (names == nullptr || capacity < 3) return 0;
   Listing list(names, capacity);
   for (const char* fixed : {"root", "root_boot", "root_usb"}) list.add(fixed);
-  auto cap = static_cast<uint32_t>(conf_get_int(kModelConf, "System Enclosure", "CAP", true).value_or(0));
+  uint32_t cap = model::system_cap();
   if ((cap & SE_CAP_NO_ESATA) == 0) list.add("root_esata");
   if (cap & SE_CAP_ODD) list.add("root_odd");
   if (cap & SE_CAP_CACHE) list.add("root_cache");

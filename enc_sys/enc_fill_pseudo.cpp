@@ -7,9 +7,11 @@
 #include <cstring>
 #include <string>
 
-#include "enclosure/enc_conf.h"
 #include "enc_sys/enc_fill.h"
+#include "enclosure/enc_conf.h"
 #include "ini/ini_store.h"
+#include "model/model_conf.h"
+#include "model/model_keys.h"
 
 namespace bayhal {
 namespace {
@@ -27,7 +29,7 @@ void fill(const Pseudo& p, const char* enc_sys_id, SE_ENC_INFO* info) {
   copy_out(enc_sys_id, info->enc_sys_id, sizeof info->enc_sys_id);
   copy_out("root", info->enc_parent_sys_id, sizeof info->enc_parent_sys_id);
   if (!s.get_text("VENDOR", info->vendor, sizeof info->vendor))
-    if (auto v = conf_get_text(kModelConf, "System Enclosure", "VENDOR"))
+    if (auto v = model::model_key(kSystemEnclosure, "VENDOR"))
       copy_out(*v, info->vendor, sizeof info->vendor);
   if (!s.get_text("MODEL", info->model, sizeof info->model))
     copy_out(p.model, info->model, sizeof info->model);
@@ -76,8 +78,7 @@ int root_odd_getinfo(const char* id, SE_ENC_INFO* info) {
 
 int root_cache_getinfo(const char* id, SE_ENC_INFO* info) {
   fill({"Cache Enclosure", "Cache", "Cache Disk", 0}, id, info);
-  info->cache_port_bitmap = static_cast<uint32_t>(
-      conf_get_int(kModelConf, "Cache Enclosure", "SYSTEM_DISK_CACHEABLE_BITMAP", true).value_or(1));
+  info->cache_port_bitmap = model::cacheable_bitmap("Cache Enclosure");
   return 0;
 }
 

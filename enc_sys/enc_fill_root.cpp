@@ -3,10 +3,12 @@
 #include <string>
 
 #include "bayhal/ERR_TRACE.h"
+#include "enc_sys/enc_fill.h"
 #include "enclosure/backend_ops.h"
 #include "enclosure/enc_conf.h"
-#include "enc_sys/enc_fill.h"
 #include "ini/ini_store.h"
+#include "model/model_conf.h"
+#include "model/model_keys.h"
 
 namespace bayhal {
 namespace {
@@ -29,9 +31,9 @@ void fill_counts(const ini::Section& se, SE_ENC_INFO* info) {
   set(info->default_cpu_fan_count, se, "DEFAULT_CPU_FAN_COUNT");
   set(info->factory_cpu_fan_count, se, "FACTORY_CPU_FAN_COUNT");
   set(info->max_temp_num, se, "MAX_TEMP_NUM");
-  set(info->max_pcie_num, se, "MAX_PCIE_SLOT");
+  info->max_pcie_num = model::max_pcie_slot();
   set(info->max_nic_num, se, "INTERNAL_NET_PORT_NUM");
-  set(info->cache_port_bitmap, se, "SYSTEM_DISK_CACHEABLE_BITMAP", 1, true);
+  info->cache_port_bitmap = model::cacheable_bitmap(kSystemEnclosure);
   set(info->ss_max_channels, se, "SS_MAX_CHANNELS", -1);
   set(info->ss_free_channels, se, "SS_FREE_CHANNELS", -1);
   info->max_ujbod_num = -1;
@@ -70,7 +72,7 @@ void fill_sas_attached(SE_ENC_INFO* info) {
 }  // namespace
 
 int root_getinfo(const char* /*enc_sys_id*/, SE_ENC_INFO* info) {
-  ini::Section se = section("System Enclosure");
+  ini::Section se = section(kSystemEnclosure);
   info->enc_id = -1;
   copy_out("root", info->enc_sys_id, sizeof info->enc_sys_id);
   copy_out("root", info->enc_parent_sys_id, sizeof info->enc_parent_sys_id);
@@ -80,7 +82,7 @@ int root_getinfo(const char* /*enc_sys_id*/, SE_ENC_INFO* info) {
     copy_out(*name, info->model, sizeof info->model);
   else
     se.get_text("MODEL", info->model, sizeof info->model);
-  set(info->capabilities, se, "CAP", 0, true);
+  info->capabilities = model::system_cap();
   info->capabilities |= SE_CAP_INTERNAL;
   set(info->extended_capability, se, "CAP_EXT", 0, true);
   fill_counts(se, info);

@@ -8,8 +8,9 @@
 #include <vector>
 
 #include "enclosure/enc_conf.h"
-#include "enc_sys/enc_sysfs.h"
+#include "foundation/sysfs.h"
 #include "foundation/sysroot.h"
+#include "model/model_keys.h"
 
 namespace bayhal {
 namespace {
@@ -23,16 +24,17 @@ bool is_pci_address(const std::string& name) {
 }
 
 bool is_storage(const std::string& dir) {
-  auto cls = read_trimmed(dir + "/class");
+  auto cls = sysfs_read(dir + "/class");
   return cls && (std::strtoul(cls->c_str(), nullptr, 16) >> 16) == 0x01;
 }
 
 // Storage functions at the slot's address and below it.
 std::vector<std::string> storage_functions(int slot) {
   std::vector<std::string> found;
-  std::string address = pci_slot_address(slot);
+  auto desc = model::pcie_slot(slot);
+  std::string address = desc ? desc->slot.pci_address() : std::string();
   if (address.empty()) return found;
-  std::string top = resolve("/sys/bus/pci/devices/" + address);
+  std::string top = sysfs_resolve("/sys/bus/pci/devices/" + address);
   if (top.empty()) return found;
   if (is_storage(top)) found.push_back(top);
   std::error_code ec;
@@ -65,20 +67,19 @@ int pcie_slot_getinfo(const char* enc_sys_id, SE_ENC_INFO* info) {
   if (end == enc_sys_id + 10 || *end != '\0' || slot < 1 || slot > 64) return -1;
   std::vector<std::string> controllers = storage_functions(static_cast<int>(slot));
   if (controllers.empty()) return -1;
-  std::string section = "System PCIE SLOT " + std::to_string(slot);
   copy_out(enc_sys_id, info->enc_sys_id, sizeof info->enc_sys_id);
   copy_out("root", info->enc_parent_sys_id, sizeof info->enc_parent_sys_id);
   info->enc_parent_port_id = static_cast<int>(slot);
   auto hex4 = [](const std::string& attr) {
-    auto v = read_trimmed(attr).value_or("");
+    auto v = sysfs_read(attr).value_or("");
     return v.rfind("0x", 0) == 0 ? v.substr(2) : v;
   };
   copy_out(hex4(controllers.front() + "/vendor"), info->vendor, sizeof info->vendor);
   copy_out(hex4(controllers.front() + "/device"), info->model, sizeof info->model);
-  info->max_disk_num = static_cast<int>(conf_get_int(kModelConf, section.c_str(), "MAX_DISK_NUM")
-                                            .value_or(static_cast<long long>(controllers.size())));
-  info->capabilities =
-      static_cast<uint32_t>(conf_get_int(kModelConf, section.c_str(), "CAP", true).value_or(0));
+  auto desc = model::pcie_slot(static_cast<int>(slot));
+  info->max_disk_num = desc && desc->max_disk_num ? *desc->max_disk_num
+                                                  : static_cast<int>(controllers.size());
+  info->capabilities = desc ? desc->cap : 0;
   return 0;
 }
 

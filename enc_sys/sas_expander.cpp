@@ -10,10 +10,11 @@
 #include <vector>
 
 #include "bayhal/ERR_TRACE.h"
-#include "enclosure/enc_conf.h"
-#include "enc_sys/enc_sysfs.h"
 #include "enc_sys/vpd_serial.h"
+#include "enclosure/enc_conf.h"
+#include "foundation/sysfs.h"
 #include "foundation/sysroot.h"
+#include "model/model_keys.h"
 
 namespace bayhal {
 namespace {
@@ -55,12 +56,12 @@ std::string identity_of(uint64_t address) {
 
 std::vector<Expander> expanders() {
   std::vector<Expander> out;
-  for (const std::string& name : list_dir(kExpanderClass)) {
-    std::string cls = resolve(std::string(kExpanderClass) + "/" + name);
+  for (const std::string& name : sysfs_list(kExpanderClass)) {
+    std::string cls = sysfs_resolve(std::string(kExpanderClass) + "/" + name);
     if (cls.empty()) continue;
     Expander e{name, parent_dir(parent_dir(cls)), {}};
-    auto text = read_attr("/sys/class/sas_device/" + name + "/sas_address");
-    if (!text) text = read_attr(e.dir + "/sas_device/" + name + "/sas_address");
+    auto text = sysfs_read("/sys/class/sas_device/" + name + "/sas_address");
+    if (!text) text = sysfs_read(e.dir + "/sas_device/" + name + "/sas_address");
     auto address = text ? parse_address(*text) : std::nullopt;
     if (!address) {
       ERR_TRACE(HAL_TRACE_DEVICE, "%s: %s has no usable sas_address\n", __func__, name.c_str());
@@ -95,6 +96,18 @@ void fill_parent(const std::vector<Expander>& all, const Expander& e, SE_ENC_INF
   copy_out(parent, info->enc_parent_sys_id, sizeof info->enc_parent_sys_id);
 }
 
+// True when `path` has a component equal to `component`.
+bool path_has_component(std::string_view path, std::string_view component) {
+  size_t pos = 0;
+  while ((pos = path.find(component, pos)) != std::string_view::npos) {
+    bool starts = pos == 0 || path[pos - 1] == '/';
+    size_t end = pos + component.size();
+    if (starts && (end == path.size() || path[end] == '/')) return true;
+    pos = end;
+  }
+  return false;
+}
+
 bool is_scsi_address(const std::string& name) {
   int h, c, t, l;
   char tail;
@@ -117,28 +130,28 @@ std::string find_ses_unit(const std::string& dir) {
     }
     if (!is_scsi_address(name)) continue;
     std::string unit = strip_root(it->path().string());
-    auto type = read_trimmed(unit + "/type");
+    auto type = sysfs_read(unit + "/type");
     if (type && *type == "13") return unit;
   }
   return {};
 }
 
 void fill_ses(const std::string& unit, SE_ENC_INFO* info) {
-  std::vector<std::string> sg = list_dir(unit + "/scsi_generic");
+  std::vector<std::string> sg = sysfs_list(unit + "/scsi_generic");
   if (!sg.empty()) copy_out(sg.front(), info->real_sys_id, sizeof info->real_sys_id);
-  if (auto serial = parse_vpd_serial(read_bytes(unit + "/vpd_pg80")))
+  if (auto serial = parse_vpd_serial(read_head(unit + "/vpd_pg80", 4096).value_or("")))
     copy_out(*serial, info->serial, sizeof info->serial);
-  auto slots = read_trimmed("/sys/class/enclosure/" + base_name(unit) + "/components");
+  auto slots = sysfs_read("/sys/class/enclosure/" + base_name(unit) + "/components");
   if (slots) info->max_disk_num = std::atoi(slots->c_str());
 }
 
 // Negotiated rate of the first phy of the port that leads to the expander, in whole Gbit/s.
 int link_speed(const Expander& e) {
   std::string port = parent_dir(e.dir);
-  for (const std::string& phy : list_dir(port)) {
+  for (const std::string& phy : sysfs_list(port)) {
     if (phy.rfind("phy-", 0) != 0) continue;
-    auto rate = read_trimmed(port + "/" + phy + "/sas_phy/" + phy + "/negotiated_linkrate");
-    if (!rate) rate = read_trimmed(parent_dir(port) + "/" + phy + "/sas_phy/" + phy +
+    auto rate = sysfs_read(port + "/" + phy + "/sas_phy/" + phy + "/negotiated_linkrate");
+    if (!rate) rate = sysfs_read(parent_dir(port) + "/" + phy + "/sas_phy/" + phy +
                                    "/negotiated_linkrate");
     if (rate) return std::atoi(rate->c_str());
   }
@@ -161,7 +174,8 @@ int comm_sys_check_is_sas_expander(const char* enc_sys_id) {
 }
 
 bool sas_expander_in_pci_slot(char* const* names, int count, int slot) {
-  std::string address = pci_slot_address(slot);
+  auto desc = model::pcie_slot(slot);
+  std::string address = desc ? desc->slot.pci_address() : std::string();
   if (address.empty() || names == nullptr) return false;
   std::vector<Expander> all = expanders();
   for (int i = 0; i < count; ++i)
@@ -175,16 +189,16 @@ int sas_expander_getinfo(const char* enc_sys_id, SE_ENC_INFO* info) {
   if (!e || info == nullptr) return -1;
   std::string attrs = e->dir + "/sas_expander/" + e->name;
   copy_out(e->identity, info->enc_sys_id, sizeof info->enc_sys_id);
-  copy_out(read_trimmed(attrs + "/vendor_id").value_or(""), info->vendor, sizeof info->vendor);
-  copy_out(read_trimmed(attrs + "/product_id").value_or(""), info->model, sizeof info->model);
-  copy_out(read_trimmed(attrs + "/product_rev").value_or(""), info->revision, 16 + 1);
+  copy_out(sysfs_read(attrs + "/vendor_id").value_or(""), info->vendor, sizeof info->vendor);
+  copy_out(sysfs_read(attrs + "/product_id").value_or(""), info->model, sizeof info->model);
+  copy_out(sysfs_read(attrs + "/product_rev").value_or(""), info->revision, 16 + 1);
   info->sas_address = std::strtoull(e->identity.c_str(), nullptr, 16);
   // The address goes into wwn as its 8 raw bytes, not as text: the persistent map keys a unit
   // by the hex of the first 8 wwn bytes, and as text that would be only the first 8 digits,
   // which units of one vendor share.
   for (int i = 0; i < 8; ++i)
     info->wwn[i] = static_cast<char>((info->sas_address >> (56 - 8 * i)) & 0xff);
-  if (path_exists(e->dir + "/bsg/" + e->name))
+  if (sysfs_exists(e->dir + "/bsg/" + e->name))
     copy_out(e->name, info->bsg_name, sizeof info->bsg_name);
   fill_parent(all, *e, info);
   if (std::string unit = find_ses_unit(e->dir); !unit.empty()) fill_ses(unit, info);

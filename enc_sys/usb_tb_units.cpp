@@ -6,11 +6,11 @@
 #include <vector>
 
 #include "bayhal/ERR_TRACE.h"
+#include "enc_sys/expansion_units.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_ids.h"
-#include "enc_sys/enc_sysfs.h"
-#include "enc_sys/expansion_units.h"
 #include "foundation/command_runner.h"
+#include "foundation/sysfs.h"
 
 namespace bayhal {
 namespace {
@@ -25,7 +25,7 @@ struct Unit {
 };
 
 std::optional<unsigned> hex_attr(const std::string& path) {
-  auto v = read_trimmed(path);
+  auto v = sysfs_read(path);
   if (!v || v->empty()) return std::nullopt;
   char* end = nullptr;
   unsigned long n = std::strtoul(v->c_str(), &end, 16);
@@ -41,7 +41,7 @@ bool safe_device_name(const std::string& dev) {
 std::vector<Unit> units(const char* bus_dir, const std::string& bus, const char* vid_attr,
                         const char* pid_attr, bool (*is_device)(const std::string&)) {
   std::vector<Unit> out;
-  for (const std::string& dev : list_dir(bus_dir)) {
+  for (const std::string& dev : sysfs_list(bus_dir)) {
     if (!is_device(dev)) continue;
     std::string base = std::string(bus_dir) + "/" + dev;
     auto vid = hex_attr(base + "/" + vid_attr);
@@ -92,9 +92,9 @@ int last_number(const std::string& text) {
 
 void fill_common(const Unit& u, const std::string& base, const char* vendor_attr,
                  const char* model_attr, SE_ENC_INFO* info) {
-  std::string vendor = u.model.vendor.empty() ? read_trimmed(base + "/" + vendor_attr).value_or("")
+  std::string vendor = u.model.vendor.empty() ? sysfs_read(base + "/" + vendor_attr).value_or("")
                                               : u.model.vendor;
-  std::string model = u.model.model.empty() ? read_trimmed(base + "/" + model_attr).value_or("")
+  std::string model = u.model.model.empty() ? sysfs_read(base + "/" + model_attr).value_or("")
                                             : u.model.model;
   copy_out(vendor, info->vendor, sizeof info->vendor);
   copy_out(model, info->model, sizeof info->model);
@@ -126,8 +126,8 @@ int usb_expander_getinfo(const char* enc_sys_id, SE_ENC_INFO* info) {
   std::string base = std::string(kUsbDevices) + "/" + u->dev;
   copy_out(enc_sys_id, info->enc_sys_id, sizeof info->enc_sys_id);
   fill_common(*u, base, "manufacturer", "product", info);
-  copy_out(read_trimmed(base + "/serial").value_or(""), info->serial, sizeof info->serial);
-  copy_out(read_trimmed(base + "/bcdDevice").value_or(""), info->revision, 16 + 1);
+  copy_out(sysfs_read(base + "/serial").value_or(""), info->serial, sizeof info->serial);
+  copy_out(sysfs_read(base + "/bcdDevice").value_or(""), info->revision, 16 + 1);
   copy_out("root", info->enc_parent_sys_id, sizeof info->enc_parent_sys_id);
   info->enc_parent_port_id = last_number(u->dev);
   return 0;
@@ -153,12 +153,12 @@ int tb_enclosure_getinfo(const char* enc_sys_id, SE_ENC_INFO* info) {
   std::string base = std::string(kTbDevices) + "/" + u->dev;
   copy_out(enc_sys_id, info->enc_sys_id, sizeof info->enc_sys_id);
   fill_common(*u, base, "vendor_name", "device_name", info);
-  std::string uid = read_trimmed(base + "/unique_id").value_or("");
+  std::string uid = sysfs_read(base + "/unique_id").value_or("");
   std::erase(uid, '-');  // a UUID without its dashes fits the serial field
   copy_out(uid, info->serial, sizeof info->serial);
-  copy_out(read_trimmed(base + "/nvm_version").value_or(""), info->revision, 16 + 1);
+  copy_out(sysfs_read(base + "/nvm_version").value_or(""), info->revision, 16 + 1);
   // A unit daisy-chained behind another hangs from it; the first one from the appliance.
-  std::string real = resolve(base);
+  std::string real = sysfs_resolve(base);
   std::string up = real.substr(0, real.find_last_of('/'));
   std::string up_name = up.substr(up.find_last_of('/') + 1);
   std::string parent = "root";

@@ -5,10 +5,12 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
+#include "enc_sys/private_backends.h"
 #include "enclosure/backend_ops.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_store.h"
-#include "enc_sys/private_backends.h"
+#include "foundation/text.h"
+#include "model/model_keys.h"
 
 namespace bayhal {
 namespace {
@@ -16,7 +18,7 @@ namespace {
 constexpr int kMaxExtPorts = 8;
 
 int pcie_slot_count() {
-  return static_cast<int>(conf_get_int(kModelConf, "System Enclosure", "MAX_PCIE_SLOT").value_or(0));
+  return model::max_pcie_slot();
 }
 
 std::string pair_text(int a, int b) { return std::to_string(a) + ":" + std::to_string(b); }
@@ -27,7 +29,7 @@ void push_host_name(int jbod_id) {
   char sys_id[32];
   if (se_lookup_sys_id(jbod_id, sys_id, sizeof sys_id) < 0) return;
   std::string name = conf_get_text(kSysdefConf, "System", "Server Name").value_or("");
-  name = name.substr(0, name.find('\n'));
+  name = std::string(first_line(name));
   if (backend_ops().se_sys_set_host_name(sys_id, name.c_str(), static_cast<int>(name.size())) < 0)
     ERR_TRACE(HAL_TRACE_ERROR, "%s: fail to set hostname %s to %s!\n", __func__, name.c_str(),
               sys_id);
@@ -59,9 +61,8 @@ void hzr_unlink_enclosure(int enc_id) {
     char hzr[32] = {};
     int card = se_sys_find_hzr_by_pcie_slot(slot, hzr, sizeof hzr);
     if (card < 0) continue;
-    std::string section = "System PCIE SLOT " + std::to_string(slot);
-    int ports = static_cast<int>(
-        conf_get_int(kModelConf, section.c_str(), "MINISAS_PORT_COUNT").value_or(0));
+    auto desc = model::pcie_slot(slot);
+    int ports = desc ? desc->minisas_port_count : 0;
     std::string store = enc_disk_conf(card);
     for (int n = 1; n <= ports; ++n) {
       auto link = conf_get_text(store.c_str(), kIndex, ext_port_key(n).c_str());

@@ -8,6 +8,8 @@
 #include <span>
 #include <string>
 
+#include "foundation/text.h"
+
 namespace bayhal {
 
 class ByteReader {
@@ -66,7 +68,7 @@ class ByteReader {
     auto b = bytes(off, len);
     std::string out;
     for (uint8_t c : b) out += (c == 0) ? ' ' : (c < 0x20 || c > 0x7e) ? '?' : char(c);
-    return trim(out);
+    return std::string(trim(out));
   }
   // ATA string of `words` words from word `index`: each word holds two characters, the
   // first in its high byte.
@@ -106,12 +108,6 @@ class ByteReader {
     size_t at = pos_;
     pos_ = (pos_ > SIZE_MAX - n) ? SIZE_MAX : pos_ + n;
     return at;
-  }
-  static std::string trim(const std::string& s) {
-    size_t b = s.find_first_not_of(' ');
-    if (b == std::string::npos) return {};
-    size_t e = s.find_last_not_of(' ');
-    return s.substr(b, e - b + 1);
   }
 };
 

@@ -4,11 +4,13 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/hal_common.h"
 #include "foundation/clock.h"
+#include "foundation/sysfs.h"
 #include "foundation/sysroot.h"
 
 #include "foundation/export.h"
@@ -53,13 +55,13 @@ BAYHAL_EXPORT int hal_set_last_uptime(const char* path) {
 
 BAYHAL_EXPORT long hal_get_last_uptime(const char* path) {
   if (path == nullptr) return 0;
-  FILE* f = std::fopen(bayhal::sys_path(path).c_str(), "r");
-  if (f == nullptr) return 0;
-  long value = 0;
-  if (std::fscanf(f, "%ld", &value) != 1) {
+  auto text = bayhal::read_head(path, 64);
+  if (!text) return 0;
+  char* end = nullptr;
+  long value = std::strtol(text->c_str(), &end, 10);
+  if (end == text->c_str()) {
     ERR_TRACE(HAL_TRACE_ERROR, "fscanf failed\n");
-    value = 0;
+    return 0;
   }
-  std::fclose(f);
   return value;
 }

@@ -5,14 +5,13 @@
 #include <cstring>
 #include <string_view>
 
+#include "foundation/text.h"
+
 namespace bayhal::ini {
 
 inline bool is_blank(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v';
 }
-
-// `s` without its leading and trailing blanks.
-std::string_view trim(std::string_view s);
 
 // Equality of two short texts (names, keys) a word at a time, without a library call.
 inline bool same_text(std::string_view a, std::string_view b) {

@@ -18,13 +18,6 @@ bool header_name(std::string_view t, std::string_view& name) {
 
 }  // namespace
 
-std::string_view trim(std::string_view s) {
-  size_t b = 0, e = s.size();
-  while (b < e && is_blank(s[b])) ++b;
-  while (e > b && is_blank(s[e - 1])) --e;
-  return s.substr(b, e - b);
-}
-
 LineKind quick_kind(std::string_view raw) {
   const char* s = raw.data();
   const char* e = s + raw.size();

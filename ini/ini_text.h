@@ -39,14 +39,7 @@ size_t nul_line(std::string_view text);
 // Stops early when fn returns false.
 template <typename Fn>
 void for_each_line(std::string_view text, Fn&& fn) {
-  size_t pos = 0;
-  while (pos < text.size()) {
-    size_t nl = text.find('\n', pos);
-    size_t end = nl == std::string_view::npos ? text.size() : nl;
-    std::string_view raw = text.substr(pos, end - pos);
-    if (!fn(raw, classify(raw))) return;
-    pos = end + 1;
-  }
+  bayhal::for_each_line(text, [&](std::string_view raw) { return fn(raw, classify(raw)); });
 }
 
 // The value of `key` in `section` ("" is the unnamed leading section). Only the first

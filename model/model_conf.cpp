@@ -13,7 +13,9 @@
 #include "bayhal/Ini_Conf.h"
 #include "bayhal/model_conf.h"
 #include "foundation/export.h"
+#include "foundation/sysfs.h"
 #include "foundation/sysroot.h"
+#include "foundation/text.h"
 #include "ini/ini_store.h"
 
 namespace bayhal {
@@ -26,11 +28,6 @@ bool remove_live_description(const char* who) {
   ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): ERROR: Can't remove original %s\n", who, __LINE__,
             kModelConf);
   return false;
-}
-
-bool file_exists(const std::string& path) {
-  struct stat st {};
-  return ::stat(sys_path(path).c_str(), &st) == 0;
 }
 
 enum class Choice { linked, kept, failed };
@@ -61,7 +58,7 @@ Choice choose_description(const char* who, const char** message, ModelSetupRepor
     for (int i = 0; i < 32; ++i) {
       if (((static_cast<unsigned long long>(*multi) >> i) & 1) == 0) continue;
       std::string candidate = "/etc/model_" + std::to_string(i) + ".conf";
-      if (!file_exists(candidate)) {
+      if (!sysfs_exists(candidate)) {
         ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): ERROR:Multi model config but config = %s not exist.\n",
                   who, __LINE__, candidate.c_str());
         return Choice::failed;

@@ -15,13 +15,15 @@
 #include <vector>
 
 #include "bayhal/ERR_TRACE.h"
+#include "foundation/sysfs.h"
+#include "foundation/sysroot.h"
+#include "foundation/text.h"
+#include "foundation/unique_fd.h"
+#include "ini/ini_store.h"
 #include "model/fru.h"
 #include "model/model_conf.h"
 #include "model/model_conf_util.h"
 #include "model/pci_identity.h"
-#include "foundation/sysroot.h"
-#include "foundation/unique_fd.h"
-#include "ini/ini_store.h"
 
 namespace bayhal {
 namespace {
@@ -33,19 +35,15 @@ constexpr unsigned kMaxModel = 31;  // a model number is a bit of MULTI_CONF
 
 // The first processor's "model name" from /proc/cpuinfo under the root; empty if none.
 std::string cpu_model_name() {
-  std::string info = model::read_file("/proc/cpuinfo").value_or("");
-  size_t pos = 0;
-  while (pos < info.size()) {
-    size_t eol = info.find('\n', pos);
-    if (eol == std::string::npos) eol = info.size();
-    std::string_view line(info.data() + pos, eol - pos);
-    if (line.starts_with("model name")) {
-      size_t colon = line.find(':');
-      if (colon != std::string_view::npos) return model::trim(line.substr(colon + 1));
-    }
-    pos = eol + 1;
-  }
-  return {};
+  std::string info = read_head("/proc/cpuinfo", 64 * 1024).value_or("");
+  std::string name;
+  for_each_line(info, [&](std::string_view line) {
+    size_t colon = line.find(':');
+    if (!line.starts_with("model name") || colon == std::string_view::npos) return true;
+    name = trim(line.substr(colon + 1));
+    return false;
+  });
+  return name;
 }
 
 // "vvvv:dddd" in hexadecimal.
@@ -130,7 +128,7 @@ int se_sys_get_backplane_model_conf(const char* enc_sys_id, char* buf, int size,
   std::string vpd_path = kDefaultVpd;
   if (auto sys = ini::read_section(kModelConf, kSystemEnclosure))
     if (const std::string_view* p = sys->find("BACKPLANE_VPD"); p && !p->empty()) vpd_path = *p;
-  std::string raw = model::read_file(vpd_path, kMaxVpd).value_or("");
+  std::string raw = read_head(vpd_path, kMaxVpd).value_or("");
   auto board = fru::parse_board(
       {reinterpret_cast<const uint8_t*>(raw.data()), raw.size()});
   if (!board) {
@@ -147,7 +145,7 @@ int se_sys_get_backplane_model_conf(const char* enc_sys_id, char* buf, int size,
     value = board->file_id;
   }
   std::string path;
-  if (!model_path(value, path) || !model::file_exists(path)) {
+  if (!model_path(value, path) || !sysfs_exists(path)) {
     ERR_TRACE(HAL_TRACE_WARN, "%s(%d): backplane \"%s\" (file id \"%s\", format %d) names no model file\n",
               __func__, __LINE__, board->part_number.c_str(), board->file_id.c_str(), format);
     return -1;

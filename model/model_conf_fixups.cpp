@@ -8,11 +8,13 @@
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
 #include "foundation/command_runner.h"
+#include "foundation/sysfs.h"
+#include "foundation/sysroot.h"
+#include "foundation/text.h"
 #include "model/model_conf.h"
 #include "model/model_conf_util.h"
 #include "model/pci_identity.h"
 #include "model/smbios.h"
-#include "foundation/sysroot.h"
 
 namespace bayhal {
 
@@ -105,12 +107,11 @@ FixupResult fixup_cpu_fans() {
     std::string base = "/sys/class/hwmon/" + hw + "/";
     for (const std::string& attr : entries("/sys/class/hwmon/" + hw, "fan")) {
       if (!attr.ends_with("_label")) continue;
-      auto label = model::read_file(base + attr, 256);
+      auto label = sysfs_read(base + attr);
       if (!label || model::lower(*label).find("cpu") == std::string::npos) continue;
       ++labelled;
       std::string input = attr.substr(0, attr.size() - 6) + "_input";
-      auto rpm = model::read_file(base + input, 64);
-      if (rpm && std::atol(rpm->c_str()) > 0) ++turning;
+      if (sysfs_read_int(base + input).value_or(0) > 0) ++turning;
     }
   }
   if (labelled == 0) return unchanged(name, "no labelled CPU fan channel");

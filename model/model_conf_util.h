@@ -4,16 +4,12 @@
 #include <string>
 #include <string_view>
 
-#include "model/model_conf.h"
 #include "ini/ini_store.h"
+#include "model/model_conf.h"
 
 namespace bayhal::model {
 
 std::string lower(std::string_view s);
-std::string trim(std::string_view s);
-// A whole small file under the system root (at most `max` bytes); nullopt when unreadable.
-std::optional<std::string> read_file(const std::string& path, size_t max = 64 * 1024);
-bool file_exists(const std::string& path);
 
 // "System Enclosure" of the live description.
 std::optional<ini::Section> system_enclosure();

@@ -11,9 +11,11 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
+#include "foundation/sysfs.h"
+#include "foundation/sysroot.h"
+#include "foundation/text.h"
 #include "model/model_conf.h"
 #include "model/model_conf_util.h"
-#include "foundation/sysroot.h"
 
 namespace bayhal {
 namespace {
@@ -28,8 +30,8 @@ struct VirtioDisk {
 };
 
 bool on_virtual_machine() {
-  if (model::file_exists("/sys/hypervisor/type")) return true;
-  std::string info = model::read_file("/proc/cpuinfo").value_or("");
+  if (sysfs_exists("/sys/hypervisor/type")) return true;
+  std::string info = read_head("/proc/cpuinfo", 64 * 1024).value_or("");
   size_t flags = info.find("\nflags");
   if (flags == std::string::npos) return false;
   size_t eol = info.find('\n', flags + 1);

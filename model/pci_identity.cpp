@@ -1,32 +1,18 @@
 #include "model/pci_identity.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 
 #include "foundation/byte_reader.h"
-#include "foundation/sysroot.h"
-#include "foundation/unique_fd.h"
+#include "foundation/sysfs.h"
 
 namespace bayhal {
 namespace {
 
 constexpr char kPciDevices[] = "/sys/bus/pci/devices";
 
-std::optional<std::string> read_small(const std::string& path) {
-  UniqueFd fd(::open(sys_path(path).c_str(), O_RDONLY | O_CLOEXEC));
-  if (!fd) return std::nullopt;
-  char buf[256];
-  ssize_t n = ::read(fd.get(), buf, sizeof buf);
-  if (n < 0) return std::nullopt;
-  return std::string(buf, static_cast<size_t>(n));
-}
-
 std::optional<unsigned long> read_hex_attr(const std::string& path) {
-  auto text = read_small(path);
+  auto text = read_head(path, 256);
   if (!text || text->empty()) return std::nullopt;
   char* end = nullptr;
   unsigned long v = std::strtoul(text->c_str(), &end, 16);
@@ -53,24 +39,18 @@ std::optional<PciIdentity> parse_pci_config(std::span<const uint8_t> config) {
 }
 
 std::optional<PciIdentity> read_pci_config(const std::string& address) {
-  UniqueFd fd(::open(sys_path(std::string(kPciDevices) + "/" + address + "/config").c_str(),
-                     O_RDONLY | O_CLOEXEC));
-  if (!fd) return std::nullopt;
-  uint8_t buf[64];
-  ssize_t n = ::read(fd.get(), buf, sizeof buf);
-  if (n <= 0) return std::nullopt;
-  auto id = parse_pci_config({buf, static_cast<size_t>(n)});
+  auto config = read_head(std::string(kPciDevices) + "/" + address + "/config", 64);
+  if (!config || config->empty()) return std::nullopt;
+  auto id = parse_pci_config(
+      {reinterpret_cast<const uint8_t*>(config->data()), config->size()});
   if (id) id->address = address;
   return id;
 }
 
 std::vector<PciIdentity> list_pci_functions() {
   std::vector<PciIdentity> out;
-  std::vector<std::string> names;
-  std::error_code ec;
-  for (std::filesystem::directory_iterator it(sys_path(kPciDevices), ec), end; !ec && it != end;
-       it.increment(ec))
-    names.push_back(it->path().filename().string());
+  // PCI addresses are hexadecimal: their text order is their order.
+  std::vector<std::string> names = sysfs_list(kPciDevices);
   std::sort(names.begin(), names.end());
   for (const std::string& n : names) {
     std::string base = std::string(kPciDevices) + "/" + n + "/";

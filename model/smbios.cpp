@@ -1,11 +1,7 @@
 #include "model/smbios.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "foundation/byte_reader.h"
-#include "foundation/sysroot.h"
-#include "foundation/unique_fd.h"
+#include "foundation/sysfs.h"
 
 namespace bayhal::smbios {
 namespace {
@@ -93,18 +89,9 @@ Table parse_table(std::span<const uint8_t> bytes) {
 }
 
 std::optional<Table> read_table(const char* path) {
-  UniqueFd fd(::open(SysPath(path).c_str(), O_RDONLY | O_CLOEXEC));
-  if (!fd) return std::nullopt;
-  std::vector<uint8_t> data;
-  uint8_t buf[4096];
-  for (;;) {
-    ssize_t n = ::read(fd.get(), buf, sizeof buf);
-    if (n < 0) return std::nullopt;
-    if (n == 0) break;
-    data.insert(data.end(), buf, buf + n);
-    if (data.size() > kMaxTable) return std::nullopt;
-  }
-  return parse_table(data);
+  auto data = read_file(path, kMaxTable);
+  if (!data) return std::nullopt;
+  return parse_table({reinterpret_cast<const uint8_t*>(data->data()), data->size()});
 }
 
 std::optional<MemoryDevice> memory_device(const Structure& s) {

@@ -9,6 +9,7 @@
 #include <set>
 #include <sstream>
 
+#include "foundation/text.h"
 #include "ini/ini_text.h"
 #include "sim/halsim/scenario.h"
 #include "sim/halsim/scenario_util.h"
@@ -224,7 +225,7 @@ bool read_disk(const RawSection& s, std::string name, Scenario& sc, std::string&
 
 bool read_section(const RawSection& s, Scenario& sc, std::string& error) {
   const std::string& n = s.name;
-  auto after = [&](std::string_view prefix) { return trim_copy(n.substr(prefix.size())); };
+  auto after = [&](std::string_view prefix) { return std::string(trim(n.substr(prefix.size()))); };
   if (n == "appliance") return read_appliance(s, sc, error);
   if (n.starts_with("controller ")) return read_controller(s, after("controller "), sc, error);
   if (n.starts_with("unit ")) return read_unit(s, after("unit "), sc, error);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "foundation/text.h"
 #include "sim/halsim/scenario.h"
 
 namespace bayhal::sim::halsim {
@@ -24,13 +25,6 @@ unsigned hex_value(std::string_view s) {
 }
 
 }  // namespace
-
-std::string trim_copy(std::string_view s) {
-  size_t b = s.find_first_not_of(" \t");
-  if (b == std::string_view::npos) return {};
-  size_t e = s.find_last_not_of(" \t");
-  return std::string(s.substr(b, e - b + 1));
-}
 
 bool parse_u64(std::string_view s, unsigned long long& out) {
   int base = 10;
@@ -83,7 +77,7 @@ bool parse_int_list(std::string_view s, std::vector<int>& out) {
   out.clear();
   while (!s.empty()) {
     size_t comma = s.find(',');
-    std::string item = trim_copy(s.substr(0, comma));
+    std::string item = std::string(trim(s.substr(0, comma)));
     s = comma == std::string_view::npos ? std::string_view() : s.substr(comma + 1);
     long long a = 0, b = 0;
     size_t dash = item.find('-', 1);
@@ -120,7 +114,7 @@ bool split_slot_range(std::string_view s, std::string& enclosure, int& first, in
 }
 
 bool split_slot_id(std::string_view text, std::string& enclosure, int& number) {
-  std::string t = trim_copy(text);
+  std::string t = std::string(trim(text));
   if (t.find('/') == std::string::npos) t = "root/" + t;
   int last = 0;
   return split_slot_range(t, enclosure, number, last) && last == number &&
@@ -128,7 +122,7 @@ bool split_slot_id(std::string_view text, std::string& enclosure, int& number) {
 }
 
 bool parse_size(std::string_view s, std::uint64_t& sectors) {
-  std::string t = trim_copy(s);
+  std::string t = std::string(trim(s));
   unsigned long long unit = 1;
   if (!t.empty()) {
     switch (std::toupper(static_cast<unsigned char>(t.back()))) {

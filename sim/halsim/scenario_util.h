@@ -7,7 +7,6 @@
 
 namespace bayhal::sim::halsim {
 
-std::string trim_copy(std::string_view s);
 // Decimal or 0x-hexadecimal, optional minus sign for decimal; nothing else around it.
 bool parse_number(std::string_view s, long long& out);
 bool parse_u64(std::string_view s, unsigned long long& out);

@@ -151,25 +151,4 @@ int common_sys_get_min_index(std::string_view dir, std::string_view prefix, int*
   return min;
 }
 
-std::string comm_sys_sas_expander_name(std::string_view enc_sys_id) {
-  if (enc_sys_id.empty() || enc_sys_id.find('/') != std::string_view::npos) return {};
-  if (enc_sys_id.rfind("expander-", 0) == 0)
-    return sysfs_exists("/sys/class/sas_expander/" + std::string(enc_sys_id)) ? std::string(enc_sys_id)
-                                                                            : std::string();
-  // The enclosure registry names an expander by its SAS address in hexadecimal.
-  if (enc_sys_id.size() > 16 ||
-      enc_sys_id.find_first_not_of("0123456789abcdefABCDEF") != std::string_view::npos)
-    return {};
-  unsigned long long want = std::strtoull(std::string(enc_sys_id).c_str(), nullptr, 16);
-  for (const auto& name : sysfs_list("/sys/class/sas_expander")) {
-    auto text = sysfs_read("/sys/class/sas_device/" + name + "/sas_address");
-    if (text && std::strtoull(text->c_str(), nullptr, 16) == want && want != 0) return name;
-  }
-  return {};
-}
-
-int comm_sys_check_is_sas_expander(std::string_view enc_sys_id) {
-  return comm_sys_sas_expander_name(enc_sys_id).empty() ? 0 : 1;
-}
-
 }  // namespace bayhal

@@ -37,11 +37,5 @@ std::string comm_sys_get_nvme_disk_name(std::string_view pci_path, std::string_v
 int comm_sys_get_root_nvme_port_id(std::string_view pd_sys_id);
 // Lowest n among the entries "<prefix><n>" of `dir` and their count; -1 and 0 when none.
 int common_sys_get_min_index(std::string_view dir, std::string_view prefix, int* count);
-// 1 when `enc_sys_id` names one of the kernel's SAS expanders, by its kernel name
-// ("expander-11:0") or by the SAS address the enclosure registry uses as its identity
-// ("5000ccab0200947e"), else 0.
-int comm_sys_check_is_sas_expander(std::string_view enc_sys_id);
-// The kernel's name of that expander; empty when there is none.
-std::string comm_sys_sas_expander_name(std::string_view enc_sys_id);
 
 }  // namespace bayhal

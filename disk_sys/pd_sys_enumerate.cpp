@@ -12,6 +12,7 @@
 #include "disk_sys/pd_sys.h"
 #include "disk_sys/root_slots.h"
 #include "disk_sys/sas_expander_enc.h"
+#include "enc_sys/sas_expander.h"
 #include "foundation/command_runner.h"
 
 namespace bayhal {

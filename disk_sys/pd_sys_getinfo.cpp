@@ -8,6 +8,7 @@
 #include "disk_sys/comm_sys.h"
 #include "disk_sys/pd_identity.h"
 #include "disk_sys/pd_sys.h"
+#include "enc_sys/sas_expander.h"
 #include "foundation/sysfs.h"
 #include "foundation/text.h"
 #include "model/model_keys.h"

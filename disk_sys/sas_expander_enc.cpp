@@ -3,6 +3,7 @@
 #include <string>
 
 #include "disk_sys/comm_sys.h"
+#include "enc_sys/sas_expander.h"
 #include "foundation/sysfs.h"
 #include "foundation/text.h"
 
@@ -39,10 +40,7 @@ void walk(const std::string& dir, int depth, std::vector<SlotHit>& out) {
 
 std::vector<SlotHit> sas_expander_disks(std::string_view enc_sys_id) {
   std::vector<SlotHit> out;
-  std::string name = comm_sys_sas_expander_name(enc_sys_id);
-  if (name.empty()) return out;
-  std::string dir = sysfs_resolve("/sys/class/sas_expander/" + name + "/device");
-  if (!dir.empty()) walk(dir, 0, out);
+  if (auto e = find_sas_expander(enc_sys_id)) walk(e->dir, 0, out);
   return out;
 }
 

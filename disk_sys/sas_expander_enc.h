@@ -8,7 +8,7 @@
 
 namespace bayhal {
 
-// Disks below expander `enc_sys_id` ("expander-11:0") and cascaded expanders below it. The
+// Disks below the expander enclosure `enc_sys_id` (its SAS address) and cascaded expanders below it. The
 // port id is bay_identifier + 1 (bays count from 0), or the expander phy + 1 when the
 // expander reports no bay.
 std::vector<SlotHit> sas_expander_disks(std::string_view enc_sys_id);

@@ -23,11 +23,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* kExpanderClass = "/sys/class/sas_expander";
 
-struct Expander {
-  std::string name;      // "expander-11:0"
-  std::string dir;       // its device folder (appliance path)
-  std::string identity;  // "%llx" of the SAS address
-};
+using Expander = SasExpander;
 
 std::string parent_dir(const std::string& path) {
   size_t slash = path.find_last_of('/');
@@ -73,9 +69,9 @@ std::vector<Expander> expanders() {
   return out;
 }
 
-std::optional<Expander> find(const std::vector<Expander>& all, const char* enc_sys_id) {
+std::optional<Expander> find(const std::vector<Expander>& all, std::string_view enc_sys_id) {
   for (const Expander& e : all)
-    if (enc_sys_id != nullptr && e.identity == enc_sys_id) return e;
+    if (!enc_sys_id.empty() && e.identity == enc_sys_id) return e;
   return std::nullopt;
 }
 
@@ -168,9 +164,12 @@ int sas_expander_enumerate(char** names, int capacity) {
   return static_cast<int>(all.size());
 }
 
-int comm_sys_check_is_sas_expander(const char* enc_sys_id) {
-  if (enc_sys_id == nullptr || *enc_sys_id == '\0') return 0;
-  return find(expanders(), enc_sys_id) ? 1 : 0;
+std::optional<SasExpander> find_sas_expander(std::string_view enc_sys_id) {
+  return find(expanders(), enc_sys_id);
+}
+
+int comm_sys_check_is_sas_expander(std::string_view enc_sys_id) {
+  return find_sas_expander(enc_sys_id) ? 1 : 0;
 }
 
 bool sas_expander_in_pci_slot(char* const* names, int count, int slot) {
@@ -178,14 +177,16 @@ bool sas_expander_in_pci_slot(char* const* names, int count, int slot) {
   std::string address = desc ? desc->slot.pci_address() : std::string();
   if (address.empty() || names == nullptr) return false;
   std::vector<Expander> all = expanders();
-  for (int i = 0; i < count; ++i)
+  for (int i = 0; i < count; ++i) {
+    if (names[i] == nullptr) continue;
     if (auto e = find(all, names[i]); e && path_has_component(e->dir, address)) return true;
+  }
   return false;
 }
 
 int sas_expander_getinfo(const char* enc_sys_id, SE_ENC_INFO* info) {
   std::vector<Expander> all = expanders();
-  auto e = find(all, enc_sys_id);
+  auto e = find(all, enc_sys_id != nullptr ? enc_sys_id : "");
   if (!e || info == nullptr) return -1;
   std::string attrs = e->dir + "/sas_expander/" + e->name;
   copy_out(e->identity, info->enc_sys_id, sizeof info->enc_sys_id);

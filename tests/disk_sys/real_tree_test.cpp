@@ -12,6 +12,8 @@
 #include <sstream>
 
 #include "disk_sys/comm_sys.h"
+#include "enc_sys/enc_discovery.h"
+#include "enc_sys/sas_expander.h"
 #include "disk_sys/pd_sys.h"
 #include "disk_sys/root_lookup.h"
 #include "tests/disk_sys/disk_sys_fixture.h"
@@ -22,6 +24,8 @@ namespace bayhal::test {
 namespace {
 
 using ::testing::ElementsAre;
+
+constexpr const char* kJbod = "5000ccab0200947e";  // expander-11:0
 
 class RealTreeTest : public DiskSysTest {
  protected:
@@ -89,16 +93,34 @@ TEST_F(RealTreeTest, Mpt3sasHbaWithTwoExpandersPutsEachDiskInItsSlotAndBay) {
     EXPECT_STREQ(info.model, d.model.c_str());
   }
 
-  // The JBOD behind expander-11:0 as an enclosure of its own: slot = bay + 1.
-  ASSERT_EQ(comm_sys_check_is_sas_expander("expander-11:0"), 1);
-  EXPECT_EQ(comm_sys_check_is_sas_expander("expander-11:7"), 0);
-  auto jbod = enumerate("expander-11:0");
+  // The JBOD behind expander-11:0 as an enclosure of its own, named by its SAS address as
+  // the enclosure registry names it: slot = bay + 1.
+  auto jbod = enumerate(kJbod);
   EXPECT_EQ(jbod.size(), 3u);
   for (const auto& d : devices) {
     if (d.name.rfind("end_device-11:0:", 0) != 0) continue;
-    EXPECT_EQ(port_of("expander-11:0", d.block), d.bay + 1) << d.name;
+    EXPECT_EQ(port_of(kJbod, d.block), d.bay + 1) << d.name;
   }
-  EXPECT_TRUE(enumerate("expander-11:1").empty()) << "no end devices were captured there";
+  EXPECT_TRUE(enumerate("5003048001e8967f").empty()) << "no end devices were captured there";
+}
+
+// Enclosure discovery and disk discovery answer "is this an expander" alike, also for an
+// expander whose address only its own device folder carries (no sas_device class entry).
+TEST_F(RealTreeTest, EnclosureAndDiskDiscoveryAgreeOnWhatIsAnExpander) {
+  load("prometheus-procfs-sas-sysfs/procfs-sas-host11-sysfs.tar.gz");
+  ::unlink(root.path("/sys/class/sas_device/expander-11:0").c_str());
+  struct Case {
+    const char* id;
+    bool expander;
+  } cases[] = {{kJbod, true}, {"5003048001e8967f", true}, {"expander-11:0", false},
+               {"0x5000ccab0200947e", false}, {"5000CCAB0200947E", false}, {"root", false}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.id);
+    SE_ENC_INFO enc;
+    EXPECT_EQ(se_sys_getinfo(c.id, &enc) == 0 && enc.protocol == SE_PROTOCOL_SAS, c.expander);
+    EXPECT_EQ(comm_sys_check_is_sas_expander(c.id), c.expander ? 1 : 0);
+  }
+  EXPECT_EQ(enumerate(kJbod).size(), 3u);
 }
 
 // MODEL, VENDOR and REV of each disk from lsblk's "vendor" output of the same capture.

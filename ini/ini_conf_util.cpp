@@ -35,11 +35,7 @@ int lookup(const char* who, const char* file, const char* section, const char* k
   if (rc <= 0) return rc;
   if (find_value(buf.view(), section, key, value)) return 1;
   // Only a miss pays for checking the whole file.
-  size_t bad = 0;
-  if (!is_ini(buf.view(), &bad)) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is not an INI file (line %zu)\n", who, file, bad);
-    return -1;
-  }
+  note_foreign_lines(who, file, buf.view());
   return 0;
 }
 

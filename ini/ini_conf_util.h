@@ -9,7 +9,7 @@ bool check_names(const char* who, const char* section, const char* key);
 
 // Reads `key` of `section` from `file` with no lock. 1 found (`value` then points into this
 // thread's read buffer until its next read), 0 when file, section or key is missing,
-// -1 on bad arguments or a file that is not INI (traced as `who`).
+// -1 on bad arguments or an unreadable file (traced as `who`).
 int lookup(const char* who, const char* file, const char* section, const char* key,
            std::string_view& value);
 

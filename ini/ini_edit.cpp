@@ -37,12 +37,8 @@ class Editor {
   Editor(std::string_view text, const Edit& e)
       : text_(text), e_(e), done_(e.set.size(), false) {}
 
-  bool scan(size_t* bad_line) {
+  void scan(size_t* foreign_line) {
     size_t pos = 0, n = 0;
-    if (size_t nul = nul_line(text_); nul != 0) {
-      if (bad_line != nullptr) *bad_line = nul;
-      return false;
-    }
     inside_ = e_.section.empty();
     if (inside_) open_block(0, 0);
     const char* base = text_.data();
@@ -52,15 +48,12 @@ class Editor {
       size_t body_end = static_cast<size_t>(be - base);
       size_t end = body_end < text_.size() ? body_end + 1 : body_end;
       ++n;
-      if (!line(kind, pos, body_end, end)) {
-        if (bad_line != nullptr) *bad_line = n;
-        return false;
-      }
+      if (kind == LineKind::bad && foreign_line != nullptr && *foreign_line == 0) *foreign_line = n;
+      line(kind, pos, body_end, end);
       pos = end;
     }
     close_block();
     if (first_header_ == npos) first_header_ = text_.size();
-    return true;
   }
 
   EditResult build(std::string& out) {
@@ -83,7 +76,7 @@ class Editor {
  private:
   static constexpr size_t npos = std::string_view::npos;
 
-  bool line(LineKind kind, size_t begin, size_t body_end, size_t end) {
+  void line(LineKind kind, size_t begin, size_t body_end, size_t end) {
     std::string_view raw = text_.substr(begin, body_end - begin);
     // Only headers and the edited section's keys need splitting; the rest is just checked.
     Line l;
@@ -91,7 +84,8 @@ class Editor {
     if (kind == LineKind::section || (kind == LineKind::key && inside_)) l = classify(raw);
     switch (l.kind) {
       case LineKind::bad:
-        return false;
+        if (inside_) keep_foreign(end);
+        break;
       case LineKind::section:
         if (first_header_ == npos) first_header_ = begin;
         close_block();
@@ -108,7 +102,14 @@ class Editor {
       case LineKind::comment:
         break;
     }
-    return true;
+  }
+
+  // A removed section's foreign line stays: what was deleted before it is one patch, and
+  // deletion goes on after it.
+  void keep_foreign(size_t end) {
+    if (!e_.remove_section || !has_header_) return;
+    if (blanks_end_ > del_begin_) patches_.push_back({del_begin_, blanks_end_, {}});
+    del_begin_ = blanks_end_ = end;
   }
 
   void open_block(size_t header_begin, size_t header_end) {
@@ -121,7 +122,8 @@ class Editor {
 
   void close_block() {
     if (!inside_ || blocks_ == 0) return;
-    if (e_.remove_section && has_header_) patches_.push_back({del_begin_, blanks_end_, {}});
+    if (e_.remove_section && has_header_ && blanks_end_ > del_begin_)
+      patches_.push_back({del_begin_, blanks_end_, {}});
     inside_ = false;
   }
 
@@ -191,9 +193,10 @@ class Editor {
 }  // namespace
 
 EditResult apply_edit(std::string_view text, const Edit& edit, std::string& out,
-                      size_t* bad_line) {
+                      size_t* foreign_line) {
+  if (foreign_line != nullptr) *foreign_line = 0;
   Editor ed(text, edit);
-  if (!ed.scan(bad_line)) return EditResult::not_ini;
+  ed.scan(foreign_line);
   return ed.build(out);
 }
 

@@ -18,7 +18,7 @@ struct Edit {
   std::vector<Edit> then;
 };
 
-enum class EditResult { unchanged, changed, not_ini };
+enum class EditResult { unchanged, changed };
 
 // Applies `edit` to `text` into `out` in one pass over the lines plus one copy. Only the
 // first block of a section named twice is read and edited, as the scans read it. An
@@ -26,9 +26,10 @@ enum class EditResult { unchanged, changed, not_ini };
 // after the last key line of that block (the unnamed section: before the first header); a
 // new section goes at the end of the file. Removing a section drops its
 // header, its keys and the blank lines after them, but keeps comments that lead into the
-// next section. The text is checked on the way: `not_ini` (with the 1-based `bad_line`)
-// when a line is neither blank, comment, [section] nor key = value.
+// next section. A line that is neither blank, comment, [section] nor key = value (a hand
+// edit, another tool's line) is kept byte for byte wherever it stands, removed sections
+// included; `foreign_line` gets the 1-based number of the first one (0: none).
 EditResult apply_edit(std::string_view text, const Edit& edit, std::string& out,
-                      size_t* bad_line = nullptr);
+                      size_t* foreign_line = nullptr);
 
 }  // namespace bayhal::ini

@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <cstdint>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +14,7 @@
 #include "bayhal/ERR_TRACE.h"
 #include "foundation/unique_fd.h"
 #include "ini/ini_lock.h"
+#include "ini/ini_text.h"
 
 namespace bayhal::ini {
 namespace {
@@ -71,7 +74,7 @@ int replace_file(const char* who, const std::string& target, std::string_view da
 // Applies `edit` and then each edit chained to it, each to the previous result; `now` is the
 // final text, in one of this thread's two edit buffers.
 EditResult apply_chain(std::string_view text, const Edit& edit, std::string_view& now,
-                       size_t* bad_line) {
+                       size_t* foreign_line) {
   thread_local std::string out;
   thread_local std::string next;
   bool changed = false;
@@ -80,8 +83,8 @@ EditResult apply_chain(std::string_view text, const Edit& edit, std::string_view
     const Edit& step = i == 0 ? edit : edit.then[i - 1];
     // Each step reads the previous result and writes the other buffer.
     std::string& dest = changed && now.data() == out.data() ? next : out;
-    EditResult r = apply_edit(now, step, dest, bad_line);
-    if (r == EditResult::not_ini) return r;
+    // Foreign lines pass through every step unchanged: the first step sees them all.
+    EditResult r = apply_edit(now, step, dest, i == 0 ? foreign_line : nullptr);
     if (r == EditResult::changed) {
       changed = true;
       now = dest;
@@ -166,6 +169,29 @@ bool check_resolved(const char* who, const char* file, const SysPath& path) {
   return false;
 }
 
+void note_foreign_line(const char* who, std::string_view file, size_t line) {
+  // A fixed table of path hashes, claimed without a lock: a fork while another thread
+  // reports must not leave a child stuck on a mutex. A full table stops the reports.
+  static std::atomic<uint64_t> seen[64];
+  uint64_t h = 1469598103934665603ull;
+  for (char c : file) h = (h ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+  if (h == 0) h = 1;
+  for (auto& slot : seen) {
+    uint64_t cur = 0;
+    if (slot.compare_exchange_strong(cur, h)) {
+      ERR_TRACE(HAL_TRACE_WARN, "%s: %.*s line %zu is not INI; such lines are kept as they are\n",
+                who, static_cast<int>(file.size()), file.data(), line);
+      return;
+    }
+    if (cur == h) return;
+  }
+}
+
+void note_foreign_lines(const char* who, std::string_view file, std::string_view text) {
+  size_t line = 0;
+  if (!is_ini(text, &line)) note_foreign_line(who, file, line);
+}
+
 bool is_persistent(std::string_view appliance_path) {
   return appliance_path.starts_with("/etc/config/");
 }
@@ -208,17 +234,10 @@ int locked_update(const char* who, const char* file,
   int rc = decide(in.view(), edit, ctx);
   if (rc < 0) return rc;
   std::string_view now;
-  size_t bad_line = 0;
-  switch (apply_chain(in.view(), edit, now, &bad_line)) {
-    case EditResult::unchanged:
-      return 0;
-    case EditResult::not_ini:
-      ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is not an INI file (line %zu), left as it is\n", who,
-                file, bad_line);
-      return -1;
-    case EditResult::changed:
-      break;
-  }
+  size_t foreign = 0;
+  EditResult r = apply_chain(in.view(), edit, now, &foreign);
+  if (foreign != 0) note_foreign_line(who, file, foreign);
+  if (r == EditResult::unchanged) return 0;
   return replace_file(who, target, now, mode, is_persistent(file)) == 0 ? 1 : -1;
 }
 

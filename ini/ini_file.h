@@ -42,12 +42,18 @@ bool check_file(const char* who, const char* file);
 // Its resolution: false (traced) when it did not fit.
 bool check_resolved(const char* who, const char* file, const SysPath& path);
 
+// Traces, once per process and file, that `file` holds a line the store does not
+// understand (1-based `line`); such lines are kept, never refused.
+void note_foreign_line(const char* who, std::string_view file, size_t line);
+// The same for a whole text: reads call it on a miss, which has scanned the file anyway.
+void note_foreign_lines(const char* who, std::string_view file, std::string_view text);
+
 // Files under /etc/config survive power loss: they are fsync'ed before the rename.
 bool is_persistent(std::string_view appliance_path);
 
 // Applies `edit` to `file` under its write lock and replaces the file when it changed.
 // 1 when written, 0 when nothing changed (the file is then not touched, nor created),
-// -1 on failure (not an INI file, a directory, no space...), traced as `who`.
+// -1 on failure (a directory, no space...), traced as `who`.
 int update(const char* who, const char* file, const Edit& edit);
 
 // A read-modify-write whose change depends on the current text: `decide(text, edit)` is

@@ -65,14 +65,6 @@ bool load_text(const char* who, std::string_view file, std::string_view& text) {
   return true;
 }
 
-// A miss is worth a word in the log when the file is not INI at all.
-void check_ini(const char* who, std::string_view file, std::string_view text) {
-  size_t bad = 0;
-  if (!is_ini(text, &bad))
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: %.*s is not an INI file (line %zu)\n", who,
-              static_cast<int>(file.size()), file.data(), bad);
-}
-
 }  // namespace
 
 std::optional<Section> read_section(std::string_view file, std::string_view section) {
@@ -81,7 +73,7 @@ std::optional<Section> read_section(std::string_view file, std::string_view sect
   thread_local std::vector<std::pair<std::string_view, std::string_view>> views;
   views.clear();
   if (!collect_section(text, section, views)) {
-    check_ini(__func__, file, text);
+    note_foreign_lines(__func__, file, text);
     return std::nullopt;
   }
   Section s;
@@ -92,7 +84,7 @@ std::optional<Section> read_section(std::string_view file, std::string_view sect
 std::vector<std::string> list_sections(std::string_view file) {
   std::string_view text;
   if (!load_text(__func__, file, text)) return {};
-  check_ini(__func__, file, text);
+  note_foreign_lines(__func__, file, text);
   std::vector<std::string> names = section_names(text);
   // The unnamed leading section has no [ ] line; a stray "[]" does not list it either.
   std::erase(names, std::string());

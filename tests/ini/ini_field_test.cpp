@@ -110,22 +110,31 @@ TEST_F(IniField, BadArgumentsAreRefused) {
   EXPECT_NE(log.find("Ini_Conf_Set_Field: cannot store key(k=x)"), std::string::npos) << log;
 }
 
-TEST_F(IniField, DirectoryAndNonIniFilesAreRefusedAndKept) {
+TEST_F(IniField, DirectoriesAreRefusedAndForeignLinesKept) {
   root.mkdir("/etc/adir");
   char buf[8] = "same";
   EXPECT_LT(Ini_Conf_Get_Field("/etc/adir", "a", "k", buf, 8), 0);
   EXPECT_LT(Ini_Conf_Set_Field("/etc/adir", "a", "k", "v"), 0);
   EXPECT_STREQ(buf, "same");
 
+  // Another tool's file, or a hand edit: reads pass over what they do not understand,
+  // writes keep it byte for byte, and the log says so once per file.
   const std::string binary("\x7f" "ELF\0\0\x01[x]\nk=v\n", 16);
   const std::string prose = "This is a letter.\nIt has no keys at all.\n";
   for (const std::string& content : {binary, prose}) {
     root.write(kFile, content);
-    EXPECT_LT(Ini_Conf_Get_Field(kFile, "a", "k", buf, 8), 0);
-    EXPECT_LT(Ini_Conf_Set_Field(kFile, "a", "k", "v"), 0);
-    EXPECT_LT(Ini_Conf_Remove_Section(kFile, "x"), 0);
-    EXPECT_EQ(root.read(kFile), content);
+    EXPECT_EQ(Ini_Conf_Get_Field(kFile, "a", "k", buf, 8), 0);
+    EXPECT_GT(Ini_Conf_Set_Field(kFile, "a", "k", "v"), 0);
+    EXPECT_GT(Ini_Conf_Set_Field(kFile, "a", "j", "w"), 0);
+    EXPECT_GE(Ini_Conf_Remove_Section(kFile, "x"), 0);
+    EXPECT_EQ(root.read(kFile).substr(0, content.size()), content);
+    EXPECT_EQ(get("a", "k"), "v");
   }
+  EXPECT_EQ(root.read(kFile), prose + "\n[a]\nk = v\nj = w\n");
+  std::string log = root.read("/var/log/hal_lib.log");
+  size_t first = log.find("/etc/test.conf line 1 is not INI");
+  EXPECT_NE(first, std::string::npos) << log;
+  EXPECT_EQ(log.find("is not INI", first + 40), std::string::npos) << log;
 }
 
 TEST_F(IniField, SetCreatesFileSectionAndKey) {

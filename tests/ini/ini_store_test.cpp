@@ -91,15 +91,6 @@ TEST_F(IniStore, ChainedEditsLandInOneReplacement) {
   ASSERT_EQ(::stat(root.path("/etc/hal.conf").c_str(), &after), 0);
   EXPECT_NE(before.st_ino, after.st_ino) << "written by a rename";
 
-  // A later step on a text that is not INI refuses the whole write.
-  root.write("/etc/bad.conf", "[a]\nnot a key line\n");
-  rc = ini::update_with("test", "/etc/bad.conf", [](std::string_view, ini::Edit& e) {
-    e.section = "b";
-    e.then.push_back({"c", {{"k", "v"}}, {}, false, {}});
-    return 0;
-  });
-  EXPECT_LT(rc, 0);
-  EXPECT_EQ(root.read("/etc/bad.conf"), "[a]\nnot a key line\n");
 }
 
 }  // namespace

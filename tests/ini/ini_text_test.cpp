@@ -89,10 +89,35 @@ TEST(IniText, NoChangeIsReported) {
             EditResult::unchanged);
   EXPECT_EQ(apply_edit("[a]\nk = v\n", Edit{"a", {}, {"x"}, false, {}}, out), EditResult::unchanged);
   EXPECT_EQ(apply_edit("[a]\nk = v\n", Edit{"z", {}, {}, true, {}}, out), EditResult::unchanged);
-  size_t bad = 0;
-  EXPECT_EQ(apply_edit("[a]\nwords\n", Edit{"a", {{"k", "v"}}, {}, false, {}}, out, &bad),
-            EditResult::not_ini);
-  EXPECT_EQ(bad, 2u);
+}
+
+// Lines the store does not understand (a hand edit, another tool's output) are never lost
+// and never block an edit: every edit keeps them byte for byte where they stand.
+TEST(IniText, ForeignLinesSurviveEveryEdit) {
+  const std::string nul("k = v\0w\n", 8);
+  struct {
+    std::string text;
+    Edit edit;
+    std::string want;
+    size_t foreign;
+  } cases[] = {
+      {"[a]\nwords\nk = 1\n", Edit{"a", {{"k", "2"}, {"n", "3"}}, {}, false, {}},
+       "[a]\nwords\nk = 2\nn = 3\n", 2},
+      {"[a\n= v\n", Edit{"a", {{"k", "v"}}, {}, false, {}}, "[a\n= v\n\n[a]\nk = v\n", 1},
+      {"[a]\nk = 1\nhand edit\nj = 2\n\n[b]\n", Edit{"a", {}, {}, true, {}},
+       "hand edit\n[b]\n", 3},
+      {"[a]\nk = 1\nstray", Edit{"a", {}, {"k"}, false, {}}, "[a]\nstray", 3},
+      {"stray\n[a]\n" + nul, Edit{"a", {{"x", "1"}}, {}, false, {}}, "stray\n[a]\n" + nul + "x = 1\n",
+       1},
+      {"[a]\nk = 1\n", Edit{"a", {{"k", "1"}}, {}, false, {}}, "[a]\nk = 1\n", 0},
+  };
+  for (const auto& c : cases) {
+    std::string out;
+    size_t foreign = 99;
+    EditResult r = apply_edit(c.text, c.edit, out, &foreign);
+    EXPECT_EQ(r == EditResult::changed ? out : c.text, c.want) << c.text;
+    EXPECT_EQ(foreign, c.foreign) << c.text;
+  }
 }
 
 // Header lines in every form the store accepts, names that appear elsewhere than in a

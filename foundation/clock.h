@@ -3,6 +3,8 @@
 #pragma once
 #include <ctime>
 
+#include "foundation/seam.h"
+
 namespace bayhal {
 
 class Clock {
@@ -37,13 +39,6 @@ class VirtualClock : public Clock {
   long long slept_ms_ = 0;
 };
 
-// Installs a clock for the lifetime of the guard.
-class ScopedClock {
- public:
-  explicit ScopedClock(Clock& c) { set_clock(&c); }
-  ~ScopedClock() { set_clock(nullptr); }
-  ScopedClock(const ScopedClock&) = delete;
-  ScopedClock& operator=(const ScopedClock&) = delete;
-};
+using ScopedClock = ScopedSeam<Clock, set_clock>;
 
 }  // namespace bayhal

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "foundation/seam.h"
+
 namespace bayhal {
 
 enum class CmdKind : uint8_t { kScsi, kNvmeAdmin };
@@ -79,13 +81,6 @@ void set_device_transport(DeviceTransport* t);
 // The one pass-through call: device_transport().submit(device, cmd).
 int device_command(std::string_view device, DeviceCommand& cmd);
 
-// Installs a transport for the lifetime of the guard.
-class ScopedDeviceTransport {
- public:
-  explicit ScopedDeviceTransport(DeviceTransport& t) { set_device_transport(&t); }
-  ~ScopedDeviceTransport() { set_device_transport(nullptr); }
-  ScopedDeviceTransport(const ScopedDeviceTransport&) = delete;
-  ScopedDeviceTransport& operator=(const ScopedDeviceTransport&) = delete;
-};
+using ScopedDeviceTransport = ScopedSeam<DeviceTransport, set_device_transport>;
 
 }  // namespace bayhal

@@ -6,6 +6,8 @@
 #pragma once
 #include <cstdint>
 
+#include "foundation/seam.h"
+
 namespace bayhal {
 
 class PortIo {
@@ -24,13 +26,6 @@ PortIo& port_io();
 // Installs `p` (not owned); nullptr restores the default.
 void set_port_io(PortIo* p);
 
-// Installs a backend for the lifetime of the guard.
-class ScopedPortIo {
- public:
-  explicit ScopedPortIo(PortIo& p) { set_port_io(&p); }
-  ~ScopedPortIo() { set_port_io(nullptr); }
-  ScopedPortIo(const ScopedPortIo&) = delete;
-  ScopedPortIo& operator=(const ScopedPortIo&) = delete;
-};
+using ScopedPortIo = ScopedSeam<PortIo, set_port_io>;
 
 }  // namespace bayhal

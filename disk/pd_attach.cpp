@@ -11,6 +11,7 @@
 #include "disk/enc_access.h"
 #include "disk/pd_fields.h"
 #include "disk/pd_store.h"
+#include "enc_sys/enc_kind.h"
 #include "foundation/command_runner.h"
 #include "foundation/export.h"
 
@@ -22,7 +23,8 @@ constexpr const char* kAttachHook = "/etc/init.d/pd_attach";
 
 // Enclosures whose devices keep the kernel's default request size.
 bool keeps_default_queue(std::string_view enc) {
-  return enc == "root_boot" || enc == "root_usb" || enc == "root_esata" || enc == "root_odd";
+  const EncKindRow* kind = enc_kind_of(enc);
+  return kind != nullptr && kind->default_queue;
 }
 
 bool present(const char* s) { return s != nullptr && *s != '\0'; }

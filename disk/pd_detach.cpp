@@ -5,6 +5,7 @@
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
 #include "bayhal/PD.h"
+#include "bayhal/SE.h"
 #include "disk/disk_store.h"
 #include "disk/enc_access.h"
 #include "disk/pd_attach.h"
@@ -17,7 +18,6 @@ namespace bayhal {
 namespace {
 
 constexpr const char* kDetachHook = "/etc/init.d/pd_detach";
-constexpr int kMvsProtocol = 12;
 // Above this hardware-RAID mode a disk is detached on its own, without member disks.
 constexpr int kStandaloneSrMode = 3;
 
@@ -74,7 +74,7 @@ int pd_detach(const char* enc_sys_id, const char* pd_sys_id) {
       }
     }
   }
-  if (disk::enc_protocol(enc_id) == kMvsProtocol) disk::enc_clear_real_sys_id(enc_id, pd_sys_id);
+  if (disk::enc_protocol(enc_id) == SE_PROTOCOL_MVS) disk::enc_clear_real_sys_id(enc_id, pd_sys_id);
   return rc;
 }
 

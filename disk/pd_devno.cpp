@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,7 @@
 #include "disk/pd_fields.h"
 #include "disk/pd_query.h"
 #include "disk/pd_wwn.h"
+#include "enc_sys/enc_kind.h"
 #include "foundation/export.h"
 #include "foundation/sysfs.h"
 #include "foundation/text.h"
@@ -157,24 +159,25 @@ BAYHAL_EXPORT int PD_Get_WWN_By_Dev_No(int major, int minor, char* buf, int size
 
 namespace {
 
-int enc_of_dev_no_is(int major, int minor, bool (*test)(std::string_view)) {
+// 1 when the disk with this device number is in an enclosure of one of `kinds`.
+int enc_of_dev_no_is(int major, int minor, std::initializer_list<bayhal::EncKind> kinds) {
   std::string enc;
   if (bayhal::disk::device_info_by_dev_no(major, minor, nullptr, &enc) != 0) return 0;
-  return test(enc) ? 1 : 0;
+  for (bayhal::EncKind k : kinds)
+    if (bayhal::enc_is(enc, k)) return 1;
+  return 0;
 }
 
 }  // namespace
 
 BAYHAL_EXPORT int PD_Is_In_Root_By_Dev_No(int major, int minor) {
-  return enc_of_dev_no_is(major, minor, [](std::string_view e) { return e == "root"; });
+  return enc_of_dev_no_is(major, minor, {bayhal::EncKind::kRoot});
 }
 
 BAYHAL_EXPORT int PD_Is_In_Root_Cache_By_Dev_No(int major, int minor) {
-  return enc_of_dev_no_is(major, minor, [](std::string_view e) { return e == "root_cache"; });
+  return enc_of_dev_no_is(major, minor, {bayhal::EncKind::kCache});
 }
 
 BAYHAL_EXPORT int PD_Is_In_Root_PCIe_By_Dev_No(int major, int minor) {
-  return enc_of_dev_no_is(major, minor, [](std::string_view e) {
-    return e.substr(0, 10) == "root_pcie_" || e.substr(0, 3) == "zmc";
-  });
+  return enc_of_dev_no_is(major, minor, {bayhal::EncKind::kPcieSlot, bayhal::EncKind::kZmc});
 }

@@ -5,6 +5,7 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
+#include "bayhal/SE.h"
 #include "disk/disk_backend.h"
 #include "disk/disk_store.h"
 #include "disk/enc_access.h"
@@ -16,8 +17,6 @@ namespace bayhal::disk {
 
 namespace {
 
-constexpr int kMvsProtocol = 12;
-constexpr int kHzrProtocol = 11;
 constexpr int kLanesPerPort = 4;
 
 std::string ext_port_key(int n) { return "ext_port_" + std::to_string(n); }
@@ -87,11 +86,11 @@ void pd_unlink_ext_port(int enc_id, int port_id) {
   ERR_TRACE(HAL_TRACE_INFO, "%s: update HZR minisas port info!\n", "pd_remove_conf");
   std::vector<int> ids = enc_registered_ids();
   for (int id : ids) {
-    if (id > PD_MAX_INTERNAL_ENC_ID || enc_protocol(id) != kMvsProtocol) continue;
+    if (id > PD_MAX_INTERNAL_ENC_ID || enc_protocol(id) != SE_PROTOCOL_MVS) continue;
     for (int n = 1; n <= kLanesPerPort; ++n) set_ext_port(store_file(id), n, "-1:-1");
   }
   for (int card_id : ids) {
-    if (enc_protocol(card_id) != kHzrProtocol) continue;
+    if (enc_protocol(card_id) != SE_PROTOCOL_HZR) continue;
     std::string card_sys_id = enc_sys_id_of(card_id);
     std::vector<std::pair<int, int>> ports;
     if (card_sys_id.empty() || disk_backend().scan_ext_port(card_sys_id.c_str(), &ports) != 0)

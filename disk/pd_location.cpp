@@ -7,6 +7,7 @@
 #include "disk/disk_store.h"
 #include "disk/enc_access.h"
 #include "disk/pd_query.h"
+#include "enc_sys/enc_kind.h"
 #include "foundation/export.h"
 #include "model/model_keys.h"
 
@@ -48,9 +49,9 @@ BAYHAL_EXPORT int PD_Is_In_Front_Of_Root_USB(int enc_id, int port_id) {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, port_id);
   if (enc_id < 0) return 0;
   std::string sys = bayhal::disk::enc_sys_id_of(enc_id);
-  if (sys == "root_usb") return is_front_usb_port(port_id) ? 1 : 0;
+  if (bayhal::enc_is(sys, bayhal::EncKind::kUsbPorts)) return is_front_usb_port(port_id) ? 1 : 0;
   // A USB unit hanging on the appliance's USB ports: the port of its parent decides.
-  if (bayhal::disk::enc_parent_sys_id(enc_id) == "root_usb")
+  if (bayhal::enc_is(bayhal::disk::enc_parent_sys_id(enc_id), bayhal::EncKind::kUsbPorts))
     return is_front_usb_port(bayhal::disk::enc_parent_port_id(enc_id)) ? 1 : 0;
   return 0;
 }

@@ -7,11 +7,14 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/PD.h"
+#include "bayhal/SE.h"
 #include "disk/disk_store.h"
 #include "disk/enc_access.h"
 #include "disk/pd_fields.h"
 #include "disk/pd_query.h"
+#include "enc_sys/enc_kind.h"
 #include "foundation/export.h"
+#include "foundation/text.h"
 #include "ini/ini_store.h"
 #include "model/model_keys.h"
 
@@ -20,9 +23,6 @@ namespace bayhal::disk {
 namespace {
 
 constexpr int kCacheEncId = 23;  // the internal cache enclosure's id
-constexpr int kZmcProtocol = 9;  // M.2 card units
-constexpr int kHzrProtocol = 11;
-constexpr int kMvsProtocol = 12;
 
 bool is_member(int port_id) { return is_member_id(port_id); }
 int member_slot(int port_id) { return port_id / PD_MEMBER_PORT_ID_FACTOR; }
@@ -42,10 +42,8 @@ std::string format2(const char* fmt, const std::string& a, const std::string& b,
 
 // The board's PCIe slot of a "root_pcie_<n>" enclosure; -1 when unknown.
 int pcie_slot_of(const std::string& enc_sys_id) {
-  if (enc_sys_id.rfind("root_pcie_", 0) != 0) return -1;
-  char* end = nullptr;
-  long n = std::strtol(enc_sys_id.c_str() + 10, &end, 10);
-  return end != enc_sys_id.c_str() + 10 && *end == '\0' && n > 0 ? static_cast<int>(n) : -1;
+  int n = index_after(enc_sys_id, enc_kind_name(EncKind::kPcieSlot));
+  return n > 0 ? n : -1;
 }
 
 std::string disk_name(const std::string& log, int port_id) {
@@ -69,7 +67,7 @@ std::optional<std::string> slot_name(int enc_id, int port_id) {
     return s ? s->slot_name : std::nullopt;
   }
   int protocol = enc_protocol(enc_id);
-  if (protocol == kMvsProtocol) {
+  if (protocol == SE_PROTOCOL_MVS) {
     std::string model = enc_model(enc_id);
     auto count = ini::read_section(kModelConf, "External Enclosure");
     long long types = count ? count->get_int("MAX_SUPPORT_TYPE_COUNT").value_or(0) : 0;
@@ -98,13 +96,13 @@ std::string log_name(int enc_id, int port_id) {
   }
   if (enc_id == enc_cache_id()) return format("%s: Internal Cache Module %d", log, port_id);
   if (enc_is_pci_cache(enc_id)) {
-    if (protocol == kZmcProtocol || protocol == kHzrProtocol)
+    if (protocol == SE_PROTOCOL_ZMC || protocol == SE_PROTOCOL_HZR)
       if (auto slot = slot_name(enc_id, port_id)) return format2("%s: %s", log, *slot);
     int pcie = pcie_slot_of(sys);
     if (pcie < 0) return format("%s: PCIe SSD %d", log, port_id);
     return format("%s: PCIe %d SSD %d", log, pcie, port_id) ;
   }
-  if (sys == "root_usb") {
+  if (enc_is(sys, EncKind::kUsbPorts)) {
     auto slot = model::read_slot("Usb Port", port_id);
     int shown = slot && slot->slot_id ? *slot->slot_id : port_id;
     return format("%s port %d", log, shown);

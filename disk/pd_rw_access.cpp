@@ -9,6 +9,7 @@
 #include "bayhal/ERR_TRACE.h"
 #include "disk/pd_attach.h"
 #include "disk/pd_fields.h"
+#include "enc_sys/enc_kind.h"
 #include "foundation/clock.h"
 #include "foundation/sysfs.h"
 
@@ -26,16 +27,15 @@ bool starts_with(std::string_view s, std::string_view prefix) {
 }
 
 bool skips_check(std::string_view enc, std::string_view pd) {
-  for (std::string_view e : {"root_boot", "root_mmc", "root_odd"})
-    if (enc == e) return true;
-  for (std::string_view p : {"root_pcie_", "zmc", "px", "hzr_", "mvs_"})
-    if (starts_with(enc, p)) return true;
+  const EncKindRow* kind = enc_kind_of(enc);
+  RwCheck rule = kind != nullptr ? kind->rw_check : RwCheck::kAlways;
+  if (rule == RwCheck::kNever) return true;
   for (std::string_view p : {"virtual", "kxa4", "virtio", "vbd-"})
     if (starts_with(pd, p)) return true;
   if (pd.find(':') != std::string_view::npos) return true;
   // NVMe disks of the appliance itself, system and cache slots alike: NVMe has no SCSI
   // midlayer and so no request counters to read.
-  return (enc == "root" || enc == "root_cache") && starts_with(pd, "nvme");
+  return rule == RwCheck::kNotNvme && starts_with(pd, "nvme");
 }
 
 // The kernel writes these counters as "0x%x".

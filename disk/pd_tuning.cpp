@@ -13,6 +13,7 @@
 #include "bayhal/PD.h"
 #include "disk/pd_attach.h"
 #include "disk/pd_fields.h"
+#include "enc_sys/enc_kind.h"
 #include "foundation/command_runner.h"
 #include "foundation/export.h"
 #include "foundation/sysroot.h"
@@ -71,7 +72,7 @@ BAYHAL_EXPORT int PD_Set_ATA_IO_Latency(const PD_INFO* info) {
     ERR_TRACE(HAL_TRACE_WARN, "%s: %s not support BKT \n", __func__, sys_name.c_str());
     return -1;
   }
-  if (enc.substr(0, 3) == "px_") {
+  if (bayhal::enc_is(enc, bayhal::EncKind::kPx)) {
     ERR_TRACE(HAL_TRACE_WARN, "%s: %s not support PX \n", __func__, sys_name.c_str());
     return -1;
   }

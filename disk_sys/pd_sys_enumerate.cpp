@@ -12,20 +12,19 @@
 #include "disk_sys/pd_sys.h"
 #include "disk_sys/root_slots.h"
 #include "disk_sys/sas_expander_enc.h"
+#include "enc_sys/enc_discovery.h"
 #include "enc_sys/sas_expander.h"
 #include "foundation/command_runner.h"
 
 namespace bayhal {
 namespace {
 
-bool starts(std::string_view s, std::string_view p) { return s.substr(0, p.size()) == p; }
-
 // nullopt for the enclosure kinds whose protocols this library does not speak.
 std::optional<std::vector<SlotHit>> disks_of(std::string_view e) {
-  if (starts(e, "root")) return root_enclosure_disks(e);
-  if (starts(e, "usb") || starts(e, "px") || starts(e, "zmc")) return std::nullopt;
-  if (comm_sys_check_is_sas_expander(e)) return sas_expander_disks(e);
-  return std::nullopt;  // "tb_", "hzr_", "mvs_" and unknown kinds
+  const EncKindRow* kind = enc_kind_present(e);
+  if (kind == nullptr || !kind->own_disks) return std::nullopt;
+  if (kind->kind == EncKind::kSasExpander) return sas_expander_disks(e);
+  return root_enclosure_disks(e);
 }
 
 // The device manager learns each disk's enclosure, when it runs.

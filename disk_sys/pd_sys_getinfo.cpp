@@ -8,6 +8,7 @@
 #include "disk_sys/comm_sys.h"
 #include "disk_sys/pd_identity.h"
 #include "disk_sys/pd_sys.h"
+#include "enc_sys/enc_discovery.h"
 #include "enc_sys/sas_expander.h"
 #include "foundation/sysfs.h"
 #include "foundation/text.h"
@@ -49,10 +50,9 @@ bool below_usb(const std::string& path) {
 // The slots that may serve as cache: "SYSTEM_DISK_CACHEABLE_BITMAP" (hexadecimal, default 1),
 // bit n-1 for slot n.
 bool cacheable(std::string_view enc, int port) {
-  if (port < 1 || port > 32) return false;
-  if (enc != "root" && enc != "root_cache") return false;
-  return (model::cacheable_bitmap(enc == "root_cache" ? "Cache Enclosure" : "System Enclosure") >>
-          (port - 1)) & 1;
+  const EncKindRow* kind = enc_kind_of(enc);
+  if (port < 1 || port > 32 || kind == nullptr || kind->cache_section == nullptr) return false;
+  return (model::cacheable_bitmap(kind->cache_section) >> (port - 1)) & 1;
 }
 
 int getinfo_pd_in_root_enclosure(const char* enc, const char* name, PD_INFO* info) {
@@ -81,8 +81,8 @@ int getinfo_pd_in_root_enclosure(const char* enc, const char* name, PD_INFO* inf
   pd_sys_get_driver_name(name, info->pd_driver_name, sizeof info->pd_driver_name);
 
   std::string_view e(enc);
-  info->port_id = p.nvme && e == "root" ? comm_sys_get_root_nvme_port_id(p.name)
-                                        : pd_sys_get_physical_drive_port(enc, name);
+  info->port_id = p.nvme && enc_is(e, EncKind::kRoot) ? comm_sys_get_root_nvme_port_id(p.name)
+                                                      : pd_sys_get_physical_drive_port(enc, name);
   if (p.unit.find("/end_device-") != std::string::npos) {
     std::string ed = p.unit.substr(0, p.unit.rfind("/target"));
     std::string edname = ed.substr(ed.rfind('/') + 1);
@@ -148,29 +148,16 @@ int pd_sys_getinfo(const char* enc_sys_id, const char* pd_sys_id, PD_INFO* info)
   copy_field(info->enc_sys_id, sizeof info->enc_sys_id, enc_sys_id);
   copy_field(info->read_speed, sizeof info->read_speed, "none");
 
-  std::string_view e(enc_sys_id);
-  int rc;
-  if (e == "root_boot" || e == "root_mmc" || starts(e, "root_pcie_")) {
-    rc = getinfo_pd_in_root_enclosure(enc_sys_id, pd_sys_id, info);
-  } else if (starts(e, "tb_")) {
-    rc = unsupported(enc_sys_id);
-  } else if (starts(e, "root_iscsi")) {
+  // Disks found over sysfs get the record of a root disk (behind an expander the slot is
+  // the end device's bay); the others need a vendor back-end.
+  const EncKindRow* kind = enc_kind_present(enc_sys_id);
+  if (kind == nullptr || !kind->own_disks) return unsupported(enc_sys_id);
+  if (kind->kind == EncKind::kIscsi)
     ERR_TRACE(HAL_TRACE_ERROR, "%s: get iscsi information\n", __func__);
-    rc = getinfo_pd_in_root_enclosure(enc_sys_id, pd_sys_id, info);
-  } else if (starts(e, "root")) {
-    rc = getinfo_pd_in_root_enclosure(enc_sys_id, pd_sys_id, info);
-  } else if (starts(e, "usb") || starts(e, "px") || starts(e, "zmc") || starts(e, "hzr_") ||
-             starts(e, "mvs_")) {
-    rc = unsupported(enc_sys_id);
-  } else if (comm_sys_check_is_sas_expander(e)) {
-    // The same record as a root disk; the slot is the end device's bay.
-    rc = getinfo_pd_in_root_enclosure(enc_sys_id, pd_sys_id, info);
-  } else {
-    rc = unsupported(enc_sys_id);
-  }
+  int rc = getinfo_pd_in_root_enclosure(enc_sys_id, pd_sys_id, info);
   if (rc != 0) return rc;
 
-  if (!starts(e, "px"))
+  if (kind->link_speed)
     pd_sys_get_conn_speed(enc_sys_id, pd_sys_id, &info->link_speed, &info->max_link_speed,
                           &info->pd_max_link_speed);
   switch_provisioning_mode(info);

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "disk_sys/pd_sys.h"
+#include "enc_sys/enc_kind.h"
 #include "foundation/sysfs.h"
 #include "foundation/text.h"
 #include "model/model_keys.h"
@@ -49,12 +50,10 @@ int usb_code(long long mbps) {
 
 // "DISK_DEFAULT_MAX_LINK_SPEED" of the enclosure's section; 0 when not given.
 int default_max(std::string_view enc) {
-  const char* section = enc == "root_boot"    ? "Boot Enclosure"
-                        : enc == "root_cache" ? "Cache Enclosure"
-                        : enc == "root_esata" ? "Esata Enclosure"
-                        : enc == "root_usb"   ? "Usb Enclosure"
-                                              : "System Enclosure";
-  return model::default_max_link_speed(section);
+  const EncKindRow* kind = enc_kind_of(enc);
+  return model::default_max_link_speed(kind != nullptr && kind->speed_section != nullptr
+                                           ? kind->speed_section
+                                           : enc_kind_row(EncKind::kRoot).speed_section);
 }
 
 // The nearest folder above `path` whose name satisfies `pred`.

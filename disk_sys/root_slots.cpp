@@ -3,6 +3,7 @@
 #include "bayhal/ERR_TRACE.h"
 #include "disk_sys/comm_sys.h"
 #include "disk_sys/pd_sys.h"
+#include "enc_sys/enc_kind.h"
 #include "foundation/sysfs.h"
 #include "foundation/text.h"
 #include "model/model_keys.h"
@@ -87,14 +88,14 @@ std::vector<FoundDisk> get_xenvbd_device(const model::SlotDesc& s) {
   return block_in("/sys/bus/xen/devices/vbd-" + std::to_string(s.dev_port));
 }
 
-void system_disks(std::vector<SlotHit>& out) {
+void system_disks(std::vector<SlotHit>& out, const char* slots) {
   int drv = model::disk_drv_type();
   if (drv != model::kDrvVirtio && drv != model::kDrvXenvbd && drv != model::kDrvUsb) {
-    slots_of(out, "System Disk", "System Disk", true, false);
+    slots_of(out, slots, slots, true, false);
     return;
   }
-  for (int n : model::slot_numbers("System Disk")) {
-    auto s = model::read_slot("System Disk " + std::to_string(n));
+  for (int n : model::slot_numbers(slots)) {
+    auto s = model::read_slot(slots, n);
     if (!s) continue;
     if (drv == model::kDrvVirtio)
       add(out, n, get_virtio_device(*s));
@@ -105,13 +106,14 @@ void system_disks(std::vector<SlotHit>& out) {
   }
 }
 
-void usb_ports(std::vector<SlotHit>& out) {
-  for (int n : model::slot_numbers("Usb Port")) {
-    auto s = model::read_slot("Usb Port " + std::to_string(n));
+void usb_ports(std::vector<SlotHit>& out, const char* slots) {
+  for (int n : model::slot_numbers(slots)) {
+    auto s = model::read_slot(slots, n);
     if (!s) continue;
     if (s->multi > 0) {
       for (int d = 1; d <= s->multi && d <= 4; ++d) {
-        auto sub = model::read_slot("Usb Port " + std::to_string(n) + "-" + std::to_string(d));
+        auto sub = model::read_slot(std::string(slots) + " " + std::to_string(n) + "-" +
+                                    std::to_string(d));
         if (!sub || sub->dev_bus.empty()) continue;
         for (const auto& disk : usb_slot_disks(*sub, true))
           out.push_back({member_port(n, d - 1), disk});
@@ -122,9 +124,9 @@ void usb_ports(std::vector<SlotHit>& out) {
   }
 }
 
-void mmc_ports(std::vector<SlotHit>& out) {
-  for (int n : model::slot_numbers("MMC Port")) {
-    auto s = model::read_slot("MMC Port " + std::to_string(n));
+void mmc_ports(std::vector<SlotHit>& out, const char* slots) {
+  for (int n : model::slot_numbers(slots)) {
+    auto s = model::read_slot(slots, n);
     if (!s || s->dev_bus.empty()) continue;
     std::string ctrl = resolve_controller(s->domain, s->dev_bus, s->bridge_bus, -1, false);
     if (ctrl.empty()) continue;
@@ -140,8 +142,9 @@ void mmc_ports(std::vector<SlotHit>& out) {
 }
 
 void pcie_slot(std::vector<SlotHit>& out, int slot) {
-  auto s = model::read_slot("System PCIE SLOT " + std::to_string(slot));
-  if (!s || s->dev_bus.empty()) return;
+  auto desc = model::pcie_slot(slot);
+  if (!desc || desc->slot.dev_bus.empty()) return;
+  const model::SlotDesc* s = &desc->slot;
   std::string ctrl = resolve_controller(s->domain, s->dev_bus, s->bridge_bus, s->switch_port, false);
   if (ctrl.empty()) return;
   std::string nvme = comm_sys_get_pcie_nvme_name(ctrl);
@@ -194,38 +197,54 @@ std::vector<FoundDisk> enumerate_pd_in_iscsi_enclousre() {
 
 std::vector<SlotHit> root_enclosure_disks(std::string_view enc) {
   std::vector<SlotHit> out;
-  if (enc == "root") {
-    system_disks(out);
-  } else if (enc == "root_odd") {
-    // The sub-sections of optical slots carry the system-disk name.
-    slots_of(out, "ODD Disk", "System Disk", false, false);
-  } else if (enc == "root_esata") {
-    slots_of(out, "Esata Disk", nullptr, false, true);
-  } else if (enc == "root_cache") {
-    slots_of(out, "Cache Disk", "Cache Disk", false, false);
-  } else if (enc == "root_usb") {
-    usb_ports(out);
-  } else if (enc == "root_mmc") {
-    mmc_ports(out);
-  } else if (enc.rfind("root_pcie_", 0) == 0) {
-    int slot = index_after(enc, "root_pcie_");
-    if (slot > 0) pcie_slot(out, slot);
-  } else if (enc.rfind("root_iscsi", 0) == 0) {
-    auto disks = enumerate_pd_in_iscsi_enclousre();
-    for (size_t k = 0; k < disks.size(); ++k) out.push_back({static_cast<int>(k) + 1, disks[k]});
-  } else if (enc == "root_boot") {
-    char name[32] = {};
-    if (pd_sys_get_boot_disk(name, sizeof name) == 0) {
-      FoundDisk d;
-      d.name = name;
-      out.push_back({1, d});
+  const EncKindRow* kind = enc_kind_of(enc);
+  if (kind == nullptr) return out;
+  const char* slots = kind->slot_prefix;
+  switch (kind->kind) {
+    case EncKind::kRoot:
+      system_disks(out, slots);
+      break;
+    case EncKind::kOdd:
+      // The sub-sections of optical slots carry the system-disk name.
+      slots_of(out, slots, enc_kind_row(EncKind::kRoot).slot_prefix, false, false);
+      break;
+    case EncKind::kEsata:
+      slots_of(out, slots, nullptr, false, true);
+      break;
+    case EncKind::kCache:
+      slots_of(out, slots, slots, false, false);
+      break;
+    case EncKind::kUsbPorts:
+      usb_ports(out, slots);
+      break;
+    case EncKind::kMmc:
+      mmc_ports(out, slots);
+      break;
+    case EncKind::kPcieSlot:
+      if (int slot = index_after(enc, kind->name); slot > 0) pcie_slot(out, slot);
+      break;
+    case EncKind::kIscsi: {
+      auto disks = enumerate_pd_in_iscsi_enclousre();
+      for (size_t k = 0; k < disks.size(); ++k) out.push_back({static_cast<int>(k) + 1, disks[k]});
+      break;
     }
+    case EncKind::kBoot: {
+      char name[32] = {};
+      if (pd_sys_get_boot_disk(name, sizeof name) == 0) {
+        FoundDisk d;
+        d.name = name;
+        out.push_back({1, d});
+      }
+      break;
+    }
+    default:
+      break;
   }
   return out;
 }
 
 int comm_sys_get_root_nvme_port_id(std::string_view pd_sys_id) {
-  for (const auto& hit : root_enclosure_disks("root"))
+  for (const auto& hit : root_enclosure_disks(enc_kind_name(EncKind::kRoot)))
     if (hit.disk.name == pd_sys_id) return hit.port_id;
   return -1;
 }

@@ -8,6 +8,7 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "enc_sys/enc_discovery.h"
+#include "enc_sys/enc_kind.h"
 #include "enc_sys/expansion_units.h"
 #include "enc_sys/pcie_slots.h"
 #include "enc_sys/private_backends.h"
@@ -88,13 +89,14 @@ void tag_sas_expanders(const Listing& list, int sas_first, int sas_found) {
 int se_sys_enumerate(char** names, int capacity) {
   if (names == nullptr || capacity < 3) return 0;
   Listing list(names, capacity);
-  for (const char* fixed : {"root", "root_boot", "root_usb"}) list.add(fixed);
+  for (EncKind fixed : {EncKind::kRoot, EncKind::kBoot, EncKind::kUsbPorts})
+    list.add(enc_kind_name(fixed));
   uint32_t cap = model::system_cap();
-  if ((cap & SE_CAP_NO_ESATA) == 0) list.add("root_esata");
-  if (cap & SE_CAP_ODD) list.add("root_odd");
-  if (cap & SE_CAP_CACHE) list.add("root_cache");
-  if (cap & SE_CAP_MMC) list.add("root_mmc");
-  if (::access(sys_path("/etc/enclosure_iscsi.bak").c_str(), F_OK) == 0) list.add("root_iscsi");
+  if ((cap & SE_CAP_NO_ESATA) == 0) list.add(enc_kind_name(EncKind::kEsata));
+  if (cap & SE_CAP_ODD) list.add(enc_kind_name(EncKind::kOdd));
+  if (cap & SE_CAP_CACHE) list.add(enc_kind_name(EncKind::kCache));
+  if (cap & SE_CAP_MMC) list.add(enc_kind_name(EncKind::kMmc));
+  if (::access(sys_path("/etc/enclosure_iscsi.bak").c_str(), F_OK) == 0) list.add(enc_kind_name(EncKind::kIscsi));
   int sas_first = list.count();
   int sas_found = sas_expander_enumerate(list.tail(), list.room());
   list.grow(sas_found);

@@ -15,8 +15,4 @@ int root_cache_getinfo(const char* enc_sys_id, SE_ENC_INFO* info);
 int root_mmc_getinfo(const char* enc_sys_id, SE_ENC_INFO* info);
 int root_iscsi_getinfo(const char* enc_sys_id, SE_ENC_INFO* info);
 
-// The fixed pseudo-enclosure name of the appliance's slots of one kind: how many sections
-// "<prefix> <n>" (n = 1, 2, ...) the model description has.
-int count_model_sections(const char* prefix);
-
 }  // namespace bayhal

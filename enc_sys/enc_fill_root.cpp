@@ -4,6 +4,7 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "enc_sys/enc_fill.h"
+#include "enc_sys/enc_kind.h"
 #include "enclosure/backend_ops.h"
 #include "enclosure/enc_conf.h"
 #include "ini/ini_store.h"
@@ -56,7 +57,7 @@ void fill_regions(SE_ENC_INFO* info) {
 // A SAS-attached appliance is also reached through its own SES device.
 void fill_sas_attached(SE_ENC_INFO* info) {
   BackendOps& ops = backend_ops();
-  if (ops.se_sys_get_real_enc_sys_id("root", info->real_sys_id, sizeof info->real_sys_id) < 0)
+  if (ops.se_sys_get_real_enc_sys_id(enc_kind_name(EncKind::kRoot), info->real_sys_id, sizeof info->real_sys_id) < 0)
     std::memset(info->real_sys_id, 0, sizeof info->real_sys_id);
   if (ops.pd_sys_get_bsg_name_by_sg(info->real_sys_id, info->bsg_name, sizeof info->bsg_name) < 0)
     std::memset(info->bsg_name, 0, sizeof info->bsg_name);
@@ -74,8 +75,8 @@ void fill_sas_attached(SE_ENC_INFO* info) {
 int root_getinfo(const char* /*enc_sys_id*/, SE_ENC_INFO* info) {
   ini::Section se = section(kSystemEnclosure);
   info->enc_id = -1;
-  copy_out("root", info->enc_sys_id, sizeof info->enc_sys_id);
-  copy_out("root", info->enc_parent_sys_id, sizeof info->enc_parent_sys_id);
+  copy_out(enc_kind_name(EncKind::kRoot), info->enc_sys_id, sizeof info->enc_sys_id);
+  copy_out(enc_kind_name(EncKind::kRoot), info->enc_parent_sys_id, sizeof info->enc_parent_sys_id);
   se.get_text("VENDOR", info->vendor, sizeof info->vendor);
   // The display name the platform settled on; the description's own model name otherwise.
   if (auto name = conf_get_text("/etc/platform.conf", "MISC", "DISPLAY_NAME"))

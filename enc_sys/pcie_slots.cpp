@@ -7,9 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "enc_sys/enc_kind.h"
 #include "enclosure/enc_conf.h"
 #include "foundation/sysfs.h"
 #include "foundation/sysroot.h"
+#include "foundation/text.h"
 #include "model/model_keys.h"
 
 namespace bayhal {
@@ -56,27 +58,26 @@ std::vector<std::string> storage_functions(int slot) {
 int pcie_enclosure_enumerate(char** names, int capacity, int slot) {
   if (storage_functions(slot).empty()) return 0;
   if (names != nullptr && capacity > 0)
-    names[0] = strdup(("root_pcie_" + std::to_string(slot)).c_str());
+    names[0] = strdup((std::string(enc_kind_name(EncKind::kPcieSlot)) + std::to_string(slot)).c_str());
   return 1;
 }
 
 int pcie_slot_getinfo(const char* enc_sys_id, SE_ENC_INFO* info) {
-  if (!starts_with(enc_sys_id, "root_pcie_") || info == nullptr) return -1;
-  char* end = nullptr;
-  long slot = std::strtol(enc_sys_id + 10, &end, 10);
-  if (end == enc_sys_id + 10 || *end != '\0' || slot < 1 || slot > 64) return -1;
-  std::vector<std::string> controllers = storage_functions(static_cast<int>(slot));
+  if (enc_sys_id == nullptr || info == nullptr) return -1;
+  int slot = index_after(enc_sys_id, enc_kind_name(EncKind::kPcieSlot));
+  if (slot < 1 || slot > 64) return -1;
+  std::vector<std::string> controllers = storage_functions(slot);
   if (controllers.empty()) return -1;
   copy_out(enc_sys_id, info->enc_sys_id, sizeof info->enc_sys_id);
-  copy_out("root", info->enc_parent_sys_id, sizeof info->enc_parent_sys_id);
-  info->enc_parent_port_id = static_cast<int>(slot);
+  copy_out(enc_kind_name(EncKind::kRoot), info->enc_parent_sys_id, sizeof info->enc_parent_sys_id);
+  info->enc_parent_port_id = slot;
   auto hex4 = [](const std::string& attr) {
     auto v = sysfs_read(attr).value_or("");
     return v.rfind("0x", 0) == 0 ? v.substr(2) : v;
   };
   copy_out(hex4(controllers.front() + "/vendor"), info->vendor, sizeof info->vendor);
   copy_out(hex4(controllers.front() + "/device"), info->model, sizeof info->model);
-  auto desc = model::pcie_slot(static_cast<int>(slot));
+  auto desc = model::pcie_slot(slot);
   info->max_disk_num = desc && desc->max_disk_num ? *desc->max_disk_num
                                                   : static_cast<int>(controllers.size());
   info->capabilities = desc ? desc->cap : 0;

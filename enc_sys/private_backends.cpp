@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "bayhal/ERR_TRACE.h"
+#include "enc_sys/enc_kind.h"
 #include "enclosure/enc_conf.h"
 
 namespace bayhal {
@@ -20,7 +21,7 @@ int not_supported(const char* op, const char* enc_sys_id) {
 using detail::not_supported;
 
 int mvs_validate_enc_sys_id(const char* enc_sys_id) {
-  if (!starts_with(enc_sys_id, "mvs_")) return -1;
+  if (enc_sys_id == nullptr || !enc_is(enc_sys_id, EncKind::kMvs)) return -1;
   size_t n = strnlen(enc_sys_id, 32);
   if (n <= 4 || n > 31) return -1;
   for (size_t i = 4; i < n; ++i) {

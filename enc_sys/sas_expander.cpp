@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "bayhal/ERR_TRACE.h"
+#include "enc_sys/enc_kind.h"
 #include "enc_sys/vpd_serial.h"
 #include "enclosure/enc_conf.h"
 #include "foundation/sysfs.h"
@@ -86,7 +87,7 @@ void fill_parent(const std::vector<Expander>& all, const Expander& e, SE_ENC_INF
   std::string port = parent_dir(e.dir);
   info->enc_parent_port_id = port_number(base_name(port));
   std::string up = parent_dir(port);
-  std::string parent = "root";
+  std::string parent = enc_kind_name(EncKind::kRoot);
   for (const Expander& other : all)
     if (other.dir == up) parent = other.identity;
   copy_out(parent, info->enc_parent_sys_id, sizeof info->enc_parent_sys_id);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "bayhal/ERR_TRACE.h"
+#include "enc_sys/enc_kind.h"
 #include "enc_sys/expansion_units.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_ids.h"
@@ -128,7 +129,7 @@ int usb_expander_getinfo(const char* enc_sys_id, SE_ENC_INFO* info) {
   fill_common(*u, base, "manufacturer", "product", info);
   copy_out(sysfs_read(base + "/serial").value_or(""), info->serial, sizeof info->serial);
   copy_out(sysfs_read(base + "/bcdDevice").value_or(""), info->revision, 16 + 1);
-  copy_out("root", info->enc_parent_sys_id, sizeof info->enc_parent_sys_id);
+  copy_out(enc_kind_name(EncKind::kRoot), info->enc_parent_sys_id, sizeof info->enc_parent_sys_id);
   info->enc_parent_port_id = last_number(u->dev);
   return 0;
 }
@@ -143,12 +144,12 @@ int usb_expander_do_notify_log_early(const UsbArrival& arrival) {
 }
 
 int tb_enclosure_enumerate(char** names, int capacity) {
-  return list(tb_units(), "tb_", names, capacity);
+  return list(tb_units(), enc_kind_name(EncKind::kTbUnit), names, capacity);
 }
 
 int tb_enclosure_getinfo(const char* enc_sys_id, SE_ENC_INFO* info) {
   std::vector<Unit> found = tb_units();
-  auto u = find_unit(found, enc_sys_id, "tb_");
+  auto u = find_unit(found, enc_sys_id, enc_kind_name(EncKind::kTbUnit));
   if (!u || info == nullptr) return -1;
   std::string base = std::string(kTbDevices) + "/" + u->dev;
   copy_out(enc_sys_id, info->enc_sys_id, sizeof info->enc_sys_id);
@@ -161,9 +162,9 @@ int tb_enclosure_getinfo(const char* enc_sys_id, SE_ENC_INFO* info) {
   std::string real = sysfs_resolve(base);
   std::string up = real.substr(0, real.find_last_of('/'));
   std::string up_name = up.substr(up.find_last_of('/') + 1);
-  std::string parent = "root";
+  std::string parent = enc_kind_name(EncKind::kRoot);
   for (const Unit& other : found)
-    if (other.dev == up_name) parent = "tb_" + other.dev;
+    if (other.dev == up_name) parent = enc_kind_name(EncKind::kTbUnit) + other.dev;
   copy_out(parent, info->enc_parent_sys_id, sizeof info->enc_parent_sys_id);
   info->enc_parent_port_id = last_number(u->dev);
   return 0;

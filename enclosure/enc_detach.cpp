@@ -10,6 +10,7 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
+#include "enc_sys/enc_kind.h"
 #include "enclosure/disk_registry_link.h"
 #include "enclosure/enc_attach.h"
 #include "enclosure/enc_conf.h"
@@ -87,7 +88,7 @@ int detach(const char* enc_sys_id, int depth) {
     Ini_Conf_Remove_Field("/etc/config/.jbod_roaming_status", section, "ENC_SAFE_REMOVE");
   }
   ERR_TRACE(HAL_TRACE_ENTRY, "%s(%s) with enc_id = %d leave.\n", "se_detach", enc_sys_id, enc_id);
-  if (starts_with(enc_sys_id, "mvs_") && enc_id >= 0) {
+  if (enc_is(enc_sys_id, EncKind::kMvs) && enc_id >= 0) {
     ERR_TRACE(HAL_TRACE_INFO, "%s: enc_sys_id = %s. Traverse all HZR enclosure conf start...\n",
               "se_detach", enc_sys_id);
     hzr_unlink_enclosure(enc_id);

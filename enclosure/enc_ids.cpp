@@ -8,6 +8,7 @@
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
 #include "bayhal/hal_common.h"
+#include "enc_sys/enc_kind.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_ids.h"
 #include "foundation/export.h"
@@ -17,8 +18,13 @@
 namespace bayhal {
 namespace {
 
+std::string_view sys_id_of(const SE_ENC_INFO& info) {
+  return {info.enc_sys_id, strnlen(info.enc_sys_id, sizeof info.enc_sys_id)};
+}
+
 std::string unique_id(const SE_ENC_INFO& info) {
-  if (starts_with(info.enc_sys_id, "root"))
+  const EncKindRow* kind = enc_kind_of(sys_id_of(info));
+  if (kind != nullptr && kind->appliance)
     return std::string(info.enc_sys_id, strnlen(info.enc_sys_id, sizeof info.enc_sys_id));
   // Stored maps depend on this: any non-zero first byte means "hex of the first 8 bytes",
   // even when the wwn field holds text.
@@ -65,12 +71,12 @@ int se_lookup_id(const char* enc_sys_id) {
 }
 
 int se_id_start_bit(const SE_ENC_INFO& info) {
-  const char* id = info.enc_sys_id;
-  if (std::strcmp(id, "root_cache") == 0 || starts_with(id, "root_pcie_") || starts_with(id, "zmc"))
-    return 23;
+  constexpr int kCacheIds = 23;
+  const EncKindRow* kind = enc_kind_of(sys_id_of(info));
+  int first = kind != nullptr ? kind->first_id : -1;
+  if (first == kCacheIds) return kCacheIds;
   if (info.capabilities & SE_CAP_INTERNAL) return 0;
-  if (std::strcmp(id, "root_iscsi") == 0) return 31;
-  return 32;
+  return first >= 0 ? first : 32;
 }
 
 int se_lookup_id_in_persistent_mapping(SE_ENC_INFO* info) {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "bayhal/ERR_TRACE.h"
+#include "enc_sys/enc_kind.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_ids.h"
 #include "foundation/command_runner.h"
@@ -23,7 +24,7 @@ void report_chain_limit(int max_stack) {
 // Applies the stack rule; false when the enclosure must not be attached.
 bool check_stack(SE_ENC_INFO* info, int notify) {
   int parent_stack = se_get_stack_id(info->enc_parent_sys_id);
-  if (std::strcmp(info->enc_sys_id, "root") != 0 && parent_stack < 0) {
+  if (!enc_is(info->enc_sys_id, EncKind::kRoot) && parent_stack < 0) {
     ERR_TRACE(HAL_TRACE_WARN, "%s: the parent stack id %d is illegal, ignore the attachment.\n",
               __func__, parent_stack);
     return false;

@@ -7,6 +7,7 @@
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
 #include "bayhal/SE.h"
+#include "enc_sys/enc_kind.h"
 #include "enclosure/backend_ops.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_ids.h"
@@ -36,9 +37,9 @@ bool is_pci_cache(int enc_id) {
          (p == SE_PROTOCOL_ZMC && SE_Is_Internal(enc_id));
 }
 
-bool sys_id_is(int enc_id, const char* name) {
+bool sys_id_is(int enc_id, EncKind kind) {
   char sys_id[32];
-  return se_lookup_sys_id(enc_id, sys_id, sizeof sys_id) == 0 && std::strcmp(sys_id, name) == 0;
+  return se_lookup_sys_id(enc_id, sys_id, sizeof sys_id) == 0 && enc_is(sys_id, kind);
 }
 
 // ORs the ids (below 32) of the listed enclosures the filter keeps into *bitmap.
@@ -52,10 +53,10 @@ int collect(uint32_t* bitmap, Keep keep) {
   return 0;
 }
 
-int root_pseudo_id(uint32_t cap_bit, const char* name) {
+int root_pseudo_id(uint32_t cap_bit, EncKind kind) {
   uint32_t cap = 0;
   if (SE_Get_Capability(0, &cap) != 0 || (cap & cap_bit) == 0) return -1;
-  return se_lookup_id(name);
+  return se_lookup_id(enc_kind_name(kind));
 }
 
 }  // namespace
@@ -77,9 +78,9 @@ BAYHAL_EXPORT int SE_Get_KORV_Enc_Id(uint32_t* bitmap) { return collect(bitmap, 
 BAYHAL_EXPORT int SE_Get_RDISK_Enc_Id(uint32_t* bitmap) { return collect(bitmap, is_rdisk); }
 BAYHAL_EXPORT int SE_Get_Pci_Cache_Enc_Id(uint32_t* bitmap) { return collect(bitmap, is_pci_cache); }
 
-BAYHAL_EXPORT int SE_Get_Cache_Enc_Id(void) { return root_pseudo_id(SE_CAP_CACHE, "root_cache"); }
-BAYHAL_EXPORT int SE_Get_ODD_Enc_Id(void) { return root_pseudo_id(SE_CAP_ODD, "root_odd"); }
-BAYHAL_EXPORT int SE_Get_MMC_Enc_Id(void) { return root_pseudo_id(SE_CAP_MMC, "root_mmc"); }
+BAYHAL_EXPORT int SE_Get_Cache_Enc_Id(void) { return root_pseudo_id(SE_CAP_CACHE, EncKind::kCache); }
+BAYHAL_EXPORT int SE_Get_ODD_Enc_Id(void) { return root_pseudo_id(SE_CAP_ODD, EncKind::kOdd); }
+BAYHAL_EXPORT int SE_Get_MMC_Enc_Id(void) { return root_pseudo_id(SE_CAP_MMC, EncKind::kMmc); }
 
 BAYHAL_EXPORT int SE_Is_USB_JBOD(int enc_id) { return internal_with(enc_id, SE_PROTOCOL_USB) ? 1 : 0; }
 BAYHAL_EXPORT int SE_Is_TB_JBOD(int enc_id) { return internal_with(enc_id, SE_PROTOCOL_TBT) ? 1 : 0; }
@@ -95,7 +96,7 @@ BAYHAL_EXPORT int SE_Is_Relinking(int enc_id) {
 BAYHAL_EXPORT int SE_Get_Enc_Type(int enc_id, int* type) {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   if (type == nullptr) return -1;
-  if (enc_id == 0 || sys_id_is(enc_id, "root_cache") || is_pci_cache(enc_id))
+  if (enc_id == 0 || sys_id_is(enc_id, EncKind::kCache) || is_pci_cache(enc_id))
     *type = 0;
   else if (is_korv(enc_id))
     *type = 1;
@@ -120,7 +121,7 @@ BAYHAL_EXPORT int SE_Get_Log_Name(int enc_id, char* buf, int size) {
     int slot = 0;
     backend_ops().hal_mb_get_pcie_slot_num(sys_id, &slot);
     name = "ZMC (PCIe" + std::to_string(slot) + ")";
-  } else if (std::strcmp(sys_id, "root_usb") == 0) {
+  } else if (enc_is(sys_id, EncKind::kUsbPorts)) {
     name = "USB";
   } else if (SE_Is_External_JBOD(enc_id)) {
     char px[64] = {};
@@ -131,7 +132,7 @@ BAYHAL_EXPORT int SE_Get_Log_Name(int enc_id, char* buf, int size) {
       name = mapped;
     else
       name = exdr();
-  } else if (registered && enc_id != 0 && std::strcmp(sys_id, "root_cache") != 0) {
+  } else if (registered && enc_id != 0 && !enc_is(sys_id, EncKind::kCache)) {
     name = exdr();
   }
   copy_out(name, buf, size);

@@ -1,0 +1,67 @@
+// The typed reader of the model description's board keys: which chip serves each board
+// function ("System IO", the temperature and fan units of "System Enclosure" and the fan
+// sections), the fan tables and the region maps; the sibling of model_keys.h for the board.
+// Each key is spelled here once; absent keys come back as nullopt (or 0 for counts).
+#pragma once
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace bayhal::model {
+
+// Keys whose value names the chip of one board function.
+enum class BoardKey : int {
+  kStatusRedLed,     // "System IO" / STATUS_RED_LED
+  kStatusGreenLed,   // "System IO" / STATUS_GREEN_LED
+  kPowerLed,         // "System IO" / POWER_LED
+  kUsbLed,           // "System IO" / FRONT_USB_LED
+  kBreathLed,        // "System IO" / FRONT_BREATH_LED
+  k10GLed,           // "System IO" / 10G_LED
+  kJbodConnectLed,   // "System IO" / JBOD_CONNECT_LED
+  kLedBvCtrl,        // "System IO" / LED_BV_CTRL
+  kLedBvInterface,   // "System IO" / LED_BV_INTERFACE
+  kResetButton,      // "System IO" / RESET_BUTTON
+  kUsbCopyButton,    // "System IO" / USB_COPY_BUTTON
+  kBuzzerUnit,       // "System IO" / SYSTEM_BUZZER_UNIT
+  kRedundantPower1,  // "System IO" / REDUNDANT_POWER_1
+  kRedundantPower2,  // "System IO" / REDUNDANT_POWER_2
+  kCpuTempUnit,      // "System Enclosure" / CPU_TEMP_UNIT
+  kSystemTempUnit,   // "System Enclosure" / SYSTEM_TEMP_UNIT
+  kEnvTempUnit,      // "System Enclosure" / ENV_TEMP_UNIT
+  kPwrRecoveryUnit,  // "System Enclosure" / PWR_RECOVERY_UNIT
+  kMcuSpec,          // "System Enclosure" / MCU_SPEC
+  kSioDevice,        // "System Enclosure" / SIO_DEVICE
+  kCount,
+};
+
+struct BoardKeyName {
+  std::string_view section;
+  std::string_view key;
+};
+BoardKeyName board_key_name(BoardKey key);
+// The key's value as written; nullopt when absent.
+std::optional<std::string> board_key(BoardKey key);
+// REDUNDANT_POWER_<n> for supply n (1 or 2).
+BoardKey redundant_power_key(int n);
+
+// "System Enclosure": MAX_FAN_NUM, MAX_CPU_FAN_NUM, ENV_TEMP<n>_ID (CAP: model_keys.h).
+int max_fan_num();
+int max_cpu_fan_num();
+std::optional<long long> env_temp_id(int n);
+
+// The fan sections: "System FAN", "CPU FAN", "System FAN Region <r>" (r from 1).
+enum class FanGroup : int { kSystem, kCpu, kRegion };
+std::string fan_section(FanGroup group, int region = 0);
+// FAN_UNIT and FAN_<n> of a fan section.
+std::optional<std::string> fan_unit(std::string_view section);
+std::optional<std::string> fan_slot(std::string_view section, int n);
+// FAN_LEVEL_<level>: the PWM of that level; nullopt when absent.
+std::optional<long long> fan_level_pwm(std::string_view section, int level);
+// MAX_REGION_NUM of "FAN Region" and MAX_FAN_NUM of "System FAN Region <r>"; 0 when absent.
+int max_region_num();
+int region_max_fan_num(int region);
+
+// SYS_TEMP_MONITOR_BITMAP of "System Temp Region <r>" (r from 1).
+std::optional<long long> sys_temp_monitor_bitmap(int region);
+
+}  // namespace bayhal::model

@@ -42,15 +42,15 @@ hal enc list
 step "the slot map"
 hal disk list
 
-step "hot-swap: the disk in slot 3 is pulled (the device manager calls PD_Sys_Detach)"
+step "hot-swap: the disk in bay 3 is pulled (the device manager calls PD_Sys_Detach)"
 halsim remove root/3
-hal disk list 0
+hal disk list root
 echo "the history store remembers it:"
 hal conf get /etc/enclosure_0_del.conf PhysicalDisk_3 serial_no
 
-step "... and pushed back: it returns to slot 3 under the same names"
+step "... and pushed back: it returns to bay 3 under the same names"
 halsim insert root/3
-hal disk info 0 3
+hal disk info root/3
 
 step "the expansion unit is unplugged: the registry remembers which bays held disks"
 unit=5000ccab0200e07f
@@ -62,7 +62,7 @@ hal enc list
 step "... and plugged back: the same enclosure id from the persistent map"
 halsim insert jbod
 hal enc list
-hal disk list "$unit_id"
+hal disk list "$unit"
 
 step "what the library ran, as the stand-ins recorded it"
 for p in udevadm pd_attach pd_detach; do

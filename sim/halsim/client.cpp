@@ -6,39 +6,17 @@
 
 #include <cerrno>
 #include <cstring>
-#include <iostream>
 
-#include "transport/transport_frame.h"
 #include "foundation/unique_fd.h"
+#include "sim/halsim/bay_names.h"
 #include "sim/halsim/daemon.h"
 #include "sim/halsim/hotplug_call.h"
+#include "transport/transport_frame.h"
 
 namespace bayhal::sim::halsim {
 namespace {
 
-using nlohmann::json;
-
-constexpr int kOk = 0, kFailed = 1;
-
-std::string cell(const json& j) { return j.is_null() ? "-" : j.is_string() ? j.get<std::string>() : j.dump(); }
-
-void print_table(const std::vector<std::vector<std::string>>& rows) {
-  std::vector<size_t> w;
-  for (const auto& r : rows)
-    for (size_t i = 0; i < r.size(); ++i) {
-      if (w.size() <= i) w.push_back(0);
-      w[i] = std::max(w[i], r[i].size());
-    }
-  for (const auto& r : rows) {
-    std::string line;
-    for (size_t i = 0; i < r.size(); ++i) {
-      std::string c = r[i];
-      if (i + 1 < r.size()) c.resize(w[i] + 2, ' ');
-      line += c;
-    }
-    std::cout << line << '\n';
-  }
-}
+using json = nlohmann::ordered_json;
 
 // Waits until process `pid` has exited (a pidfd turns readable), at most `ms`.
 void wait_exit(pid_t pid, int ms) {
@@ -75,58 +53,36 @@ std::optional<std::pair<bool, json>> Client::request(const std::string& text, st
   return std::make_pair(parsed->first, j);
 }
 
-int Client::stop(bool as_json) const {
-  std::string error;
-  auto st = request("status", error);
-  auto r = st ? request("stop", error) : std::nullopt;
-  if (!r) return std::cerr << "halsim: " << error << '\n', kFailed;
-  pid_t pid = st->second.value("pid", 0);
-  if (pid > 0) wait_exit(pid, 10000);
-  if (as_json)
-    std::cout << json{{"stopped", pid}}.dump(2) << '\n';
-  else
-    std::cout << "halsim " << pid << " stopped\n";
-  return kOk;
-}
-
-int Client::status(bool as_json) const {
-  std::string error;
+std::optional<json> Client::status(std::string& error) const {
   auto r = request("status", error);
-  if (!r) return std::cerr << "halsim: " << error << '\n', kFailed;
-  const json& j = r->second;
-  if (as_json) return std::cout << j.dump(2) << '\n', kOk;
-  std::cout << "appliance " << cell(j["appliance"]) << ", halsim pid " << cell(j["pid"]) << '\n';
-  std::vector<std::vector<std::string>> rows{{"SLOT", "ENCLOSURE", "DISK", "DEVICE"}};
-  for (const json& s : j["slots"])
-    rows.push_back({cell(s["slot"]), cell(s["enc_sys_id"]), cell(s["disk"]), cell(s["pd_sys_id"])});
-  print_table(rows);
-  for (const json& u : j["units"])
-    std::cout << "unit " << cell(u["unit"]) << " (" << cell(u["enc_sys_id"]) << "): "
-              << (u.value("cabled", false) ? "cabled" : "not cabled") << '\n';
-  return kOk;
+  if (!r) return std::nullopt;
+  return r->second;
 }
 
-int Client::hotplug(bool insert, const std::string& target, const std::string& disk, bool as_json) const {
-  std::string error;
-  std::string text = std::string(insert ? "insert " : "remove ") + target + (disk.empty() ? "" : " " + disk);
-  auto r = request(text, error);
-  if (!r) return std::cerr << "halsim: " << error << '\n', kFailed;
+std::optional<pid_t> Client::stop(std::string& error) const {
+  auto st = status(error);
+  if (!st || !request("stop", error)) return std::nullopt;
+  pid_t pid = st->value("pid", 0);
+  if (pid > 0) wait_exit(pid, 10000);
+  return pid;
+}
+
+std::optional<json> Client::hotplug(bool insert, const std::string& target, const std::string& disk,
+                                    std::string& error, bool& ok) const {
+  auto st = status(error);
+  auto name = st ? control_target(*st, target, error) : std::nullopt;
+  if (!name) return std::nullopt;
+  auto r = request(std::string(insert ? "insert " : "remove ") + *name + (disk.empty() ? "" : " " + disk), error);
+  if (!r) return std::nullopt;
   json j = r->second;
-  if (!r->first) return std::cerr << "halsim: " << cell(j["error"]) << '\n', kFailed;
-  bool ok = true;
-  if (j.value("visible", false)) j["hotplug"] = call_hotplug(root_, insert, j, ok);
-  if (as_json) {
-    std::cout << j.dump(2) << '\n';
-  } else {
-    std::string what = j.contains("unit") ? "unit " + cell(j["unit"]) : "slot " + cell(j["slot"]);
-    if (!j.value("visible", false))
-      std::cout << what << ": " << (insert ? "inserted" : "pulled") << " (its unit is not cabled; nothing to report)\n";
-    else
-      std::cout << what << ": " << (insert ? "inserted " : "pulled ")
-                << (j.contains("disk") ? cell(j["disk"]) + " (" + cell(j["pd_sys_id"]) + ")" : cell(j["enc_sys_id"]))
-                << "; " << cell(j["hotplug"]["call"]) << " = " << cell(j["hotplug"]["result"]) << '\n';
+  if (!r->first) {
+    error = j.value("error", "refused");
+    return std::nullopt;
   }
-  return ok ? kOk : kFailed;
+  json call = j.value("visible", false) ? call_hotplug(root_, insert, j, ok) : json::object();
+  j["call"] = call.contains("call") ? call["call"] : json();
+  j["result"] = call.contains("result") ? call["result"] : json();
+  return j;
 }
 
 }  // namespace bayhal::sim::halsim

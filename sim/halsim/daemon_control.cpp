@@ -1,5 +1,6 @@
-// halsim's control messages: "status", "insert SLOT [DISK]", "insert UNIT", "remove SLOT",
-// "remove UNIT", "stop". Replies are JSON objects (docs/halsim.md).
+// halsim's control messages: "status", "insert BAY [DISK]", "insert UNIT", "remove BAY",
+// "remove UNIT", "stop", with bays as the scenario spells them ("root/3", "jbod/5"). Replies
+// are JSON objects (docs/halsim.md).
 #include <sstream>
 
 #include <nlohmann/json.hpp>
@@ -9,7 +10,7 @@
 namespace bayhal::sim::halsim {
 namespace {
 
-using nlohmann::json;
+using json = nlohmann::ordered_json;
 
 std::vector<std::string> words(const std::string& text) {
   std::istringstream in(text);
@@ -19,30 +20,25 @@ std::vector<std::string> words(const std::string& text) {
 }
 
 json disk_json(const PluggedDisk& pd) {
-  return {{"slot", pd.slot}, {"disk", pd.disk}, {"enc_sys_id", pd.enc_sys_id},
+  return {{"bay", pd.slot}, {"name", pd.disk}, {"enc_sys_id", pd.enc_sys_id},
           {"pd_sys_id", pd.pd_sys_id}, {"sg", pd.sg}};
 }
 
 json status_json(const Machine& m) {
-  json slots = json::array();
+  json bays = json::array();
   for (const Slot& s : m.scenario().slots) {
-    json j{{"slot", s.id()}, {"enc_sys_id", m.enc_sys_id(s)}};
+    json j{{"bay", s.id()}, {"label", s.label.empty() ? json() : json(s.label)}, {"enc_sys_id", m.enc_sys_id(s)}};
     auto c = m.contents().find(s.id());
-    j["disk"] = c == m.contents().end() ? json() : json(c->second);
+    j["name"] = c == m.contents().end() ? json() : json(c->second);
     auto v = m.visible().find(s.id());
     j["pd_sys_id"] = v == m.visible().end() ? json() : json(v->second.pd_sys_id);
-    slots.push_back(j);
+    bays.push_back(j);
   }
   json units = json::array();
   for (const Unit& u : m.scenario().units)
-    units.push_back({{"unit", u.name}, {"cabled", m.cabled(u.name)},
-                     {"enc_sys_id", m.enc_sys_id({u.name, 1, {}, 0, {}, false})}});
-  return {{"appliance", m.scenario().name}, {"pid", ::getpid()}, {"slots", slots}, {"units", units}};
-}
-
-// A slot id as the user writes it: "3" is "root/3".
-std::string slot_id(const std::string& word) {
-  return word.find('/') == std::string::npos ? "root/" + word : word;
+    units.push_back({{"unit", u.name}, {"enc_sys_id", m.enc_sys_id({u.name, 1, {}, 0, {}, false})},
+                     {"cabled", m.cabled(u.name)}});
+  return {{"appliance", m.scenario().name}, {"pid", ::getpid()}, {"bays", bays}, {"units", units}};
 }
 
 json hotplug(Machine& m, const std::vector<std::string>& w, bool insert, bool& ok) {
@@ -53,10 +49,10 @@ json hotplug(Machine& m, const std::vector<std::string>& w, bool insert, bool& o
     if (id.empty()) return ok = false, json{{"error", error}};
     return {{"unit", w[1]}, {"enc_sys_id", id}, {"visible", true}};
   }
-  std::string slot = slot_id(w[1]);
+  const std::string& slot = w[1];
   auto pd = insert ? m.insert(slot, w.size() > 2 ? w[2] : "", error) : m.remove(slot, error);
   if (!error.empty()) return ok = false, json{{"error", error}};
-  if (!pd) return {{"slot", slot}, {"visible", false}};  // the unit is not cabled
+  if (!pd) return {{"bay", slot}, {"visible", false}};  // the unit is not cabled
   json j = disk_json(*pd);
   j["visible"] = true;
   return j;

@@ -7,7 +7,7 @@
 
 namespace bayhal::sim::halsim {
 
-nlohmann::json call_hotplug(const std::string& root, bool insert, const nlohmann::json& change, bool& ok) {
+nlohmann::ordered_json call_hotplug(const std::string& root, bool insert, const nlohmann::ordered_json& change, bool& ok) {
   ::setenv("HAL_ROOT", root.c_str(), 1);
   std::string enc = change.value("enc_sys_id", "");
   std::string call;

@@ -343,20 +343,20 @@ std::optional<PluggedDisk> Machine::insert(const std::string& slot_id, std::stri
                                            std::string& error) {
   error.clear();
   const Slot* s = sc_.slot(slot_id);
-  if (s == nullptr) return error = "no slot " + slot_id, std::nullopt;
+  if (s == nullptr) return error = "no bay " + slot_id, std::nullopt;
   if (auto it = contents_.find(slot_id); it != contents_.end())
-    return error = "slot " + slot_id + " already holds disk " + it->second, std::nullopt;
+    return error = "bay " + slot_id + " already holds disk " + it->second, std::nullopt;
   if (disk.empty()) {
     auto it = last_pulled_.find(slot_id);
     if (it == last_pulled_.end())
-      return error = "slot " + slot_id + ": name the disk to insert (none was pulled from it)", std::nullopt;
+      return error = "bay " + slot_id + ": name the disk to insert (none was pulled from it)", std::nullopt;
     disk = it->second;
   }
   const Disk* d = sc_.disk(disk);
   if (d == nullptr) return error = "no disk '" + disk + "'", std::nullopt;
   for (const auto& [other, name] : contents_)
-    if (name == disk) return error = "disk " + disk + " sits in slot " + other, std::nullopt;
-  if (!disk_fits(sc_, *d, *s)) return error = "disk " + disk + " does not fit slot " + slot_id, std::nullopt;
+    if (name == disk) return error = "disk " + disk + " sits in bay " + other, std::nullopt;
+  if (!disk_fits(sc_, *d, *s)) return error = "disk " + disk + " does not fit bay " + slot_id, std::nullopt;
   contents_[slot_id] = disk;
   if (!reachable(*s)) return std::nullopt;
   return show(*s, *d);
@@ -364,9 +364,9 @@ std::optional<PluggedDisk> Machine::insert(const std::string& slot_id, std::stri
 
 std::optional<PluggedDisk> Machine::remove(const std::string& slot_id, std::string& error) {
   error.clear();
-  if (sc_.slot(slot_id) == nullptr) return error = "no slot " + slot_id, std::nullopt;
+  if (sc_.slot(slot_id) == nullptr) return error = "no bay " + slot_id, std::nullopt;
   auto it = contents_.find(slot_id);
-  if (it == contents_.end()) return error = "slot " + slot_id + " is empty", std::nullopt;
+  if (it == contents_.end()) return error = "bay " + slot_id + " is empty", std::nullopt;
   last_pulled_[slot_id] = it->second;
   contents_.erase(it);
   auto v = visible_.find(slot_id);

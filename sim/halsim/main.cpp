@@ -1,31 +1,41 @@
 // halsim: the virtual appliance. `halsim start SCENARIO` brings a scenario to life under a
 // system root and serves it in the background; `insert`, `remove`, `status` and `stop` talk
 // to the running daemon. docs/halsim.md has the details.
+#include <fcntl.h>
 #include <signal.h>
-#include <sys/syscall.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <fcntl.h>
-
-#include <CLI/CLI.hpp>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <iostream>
-#include <nlohmann/json.hpp>
 
 #include "sim/halsim/client.h"
 #include "sim/halsim/daemon.h"
 #include "sim/halsim/root_writer.h"
+#include "tools/cli/cli.h"
+
+#ifndef BAYHAL_VERSION
+#define BAYHAL_VERSION "unknown"
+#endif
 
 namespace {
 
 using namespace bayhal::sim::halsim;
-using nlohmann::json;
+using bayhal::cli::json;
+using bayhal::cli::Run;
 
-constexpr int kOk = 0, kFailed = 1, kUsage = 2;
+constexpr char kFooter[] = R"(Options may also follow the command (halsim status --json).
+A BAY is ENC/PORT, ENC being the scenario's name (root, cache, usb, a unit), the enclosure
+identity (root_cache, 5000ccab0200e07f) or its enclosure id (34): root/3, 0/3, jbod/5.
+A UNIT is named the same ways (jbod, 5000ccab0200e07f, 34).
+
+Exit status: 0 success; 1 the operation failed, the reason on stderr; 2 bad usage.
+Environment: HAL_ROOT, the system root (as --root); NO_COLOR turns colour off.
+Scenario format and the socket: docs/halsim.md.)";
 
 Daemon* g_daemon = nullptr;
 
@@ -33,20 +43,21 @@ void on_signal(int) {
   if (g_daemon != nullptr) g_daemon->request_stop();
 }
 
-int run_daemon(const std::string& root, const std::string& scenario_path, int ready_fd) {
+// Serves until stopped; "" when it ran, else why it could not start. `ready` hears "ok" or
+// the reason as soon as that is known.
+std::string run_daemon(const std::string& root, const std::string& scenario_path, int ready_fd) {
   auto report = [&](const std::string& msg) {
     if (ready_fd >= 0) {
       [[maybe_unused]] ssize_t n = ::write(ready_fd, msg.data(), msg.size());
       ::close(ready_fd);
-    } else if (msg != "ok") {
-      std::cerr << "halsim: " << msg << '\n';
     }
+    return msg == "ok" ? std::string() : msg;
   };
   std::string error;
   auto sc = load_scenario(scenario_path, error);
-  if (!sc) return report(error), kFailed;
+  if (!sc) return report(error);
   Daemon d(root, std::move(*sc));
-  if (std::string e = d.start(); !e.empty()) return report(e), kFailed;
+  if (std::string e = d.start(); !e.empty()) return report(e);
   g_daemon = &d;
   struct sigaction sa {};
   sa.sa_handler = on_signal;
@@ -56,16 +67,16 @@ int run_daemon(const std::string& root, const std::string& scenario_path, int re
   report("ok");
   d.serve();
   g_daemon = nullptr;
-  return kOk;
+  return "";
 }
 
 // Forks the daemon and returns once it listens (or failed to), so callers never wait on
-// a clock for it.
-int start_daemon(const std::string& root, const std::string& scenario_path, bool as_json) {
+// a clock for it. Its pid, or -1 with `error`.
+pid_t start_daemon(const std::string& root, const std::string& scenario_path, std::string& error) {
   int fds[2];
-  if (::pipe2(fds, O_CLOEXEC) != 0) return std::perror("halsim: pipe"), kFailed;
+  if (::pipe2(fds, O_CLOEXEC) != 0) return error = std::string("pipe: ") + std::strerror(errno), -1;
   pid_t pid = ::fork();
-  if (pid < 0) return std::perror("halsim: fork"), kFailed;
+  if (pid < 0) return error = std::string("fork: ") + std::strerror(errno), -1;
   if (pid == 0) {
     ::close(fds[0]);
     ::setsid();
@@ -76,7 +87,9 @@ int start_daemon(const std::string& root, const std::string& scenario_path, bool
     int log_fd = ::open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
     if (null_fd >= 0) ::dup2(null_fd, 0);
     if (log_fd >= 0) ::dup2(log_fd, 1), ::dup2(log_fd, 2);
-    std::_Exit(run_daemon(root, scenario_path, fds[1]));
+    std::string e = run_daemon(root, scenario_path, fds[1]);
+    if (!e.empty()) std::cerr << "halsim: " << e << '\n';
+    std::_Exit(e.empty() ? 0 : 1);
   }
   ::close(fds[1]);
   std::string msg;
@@ -87,72 +100,115 @@ int start_daemon(const std::string& root, const std::string& scenario_path, bool
     msg.append(buf, static_cast<size_t>(n));
   }
   ::close(fds[0]);
-  if (msg != "ok") {
-    ::waitpid(pid, nullptr, 0);
-    std::cerr << "halsim: " << (msg.empty() ? "the daemon died while starting" : msg) << '\n';
-    return kFailed;
+  if (msg == "ok") return pid;
+  ::waitpid(pid, nullptr, 0);
+  error = msg.empty() ? "the daemon died while starting (see " + root + "/var/log/halsim.log)" : msg;
+  return -1;
+}
+
+// The root as an absolute path (a relative one is taken against the working directory).
+// Only power-on creates it; the other commands need it to exist.
+std::string use_root(Run& ctx, const std::string& given, bool create) {
+  if (given.empty()) return ctx.usage("give --root DIR or set HAL_ROOT"), "";
+  std::error_code ec;
+  std::string abs = std::filesystem::absolute(given, ec).lexically_normal().string();
+  while (abs.size() > 1 && abs.back() == '/') abs.pop_back();
+  struct stat st {};
+  if (!create && (::stat(abs.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)))
+    return ctx.fail("no halsim serving " + abs + " (" + abs + ": " +
+                    (S_ISDIR(st.st_mode) || errno != 0 ? std::strerror(errno) : "not a directory") + ")"),
+           "";
+  std::string error;
+  std::string prepared = create ? prepare_root(abs, error) : abs;
+  if (prepared.empty()) return ctx.fail(error), "";
+  ::setenv("HAL_ROOT", prepared.c_str(), 1);
+  return prepared;
+}
+
+void power_on(Run& ctx, const std::string& root_arg, const std::string& scenario, bool background) {
+  std::string root = use_root(ctx, root_arg, true);
+  if (root.empty()) return;
+  Client client(root);
+  std::string ignored;
+  // Power-on clears the root: never under a daemon that is serving it.
+  if (auto st = client.status(ignored))
+    return ctx.fail("already serving " + root + " (pid " + std::to_string(st->value("pid", 0)) + ")");
+  json j{{"pid", ::getpid()}, {"root", root}, {"socket", root + kSocketPath}};
+  if (!background) {
+    if (std::string e = run_daemon(root, scenario, -1); !e.empty()) return ctx.fail(e);
+    return ctx.set_result(j);
   }
-  if (as_json)
-    std::cout << json{{"pid", pid}, {"root", root}, {"socket", root + kSocketPath}}.dump(2) << '\n';
-  else
-    std::cout << "halsim " << pid << " serving " << root << kSocketPath << '\n';
-  return kOk;
+  std::string error;
+  pid_t pid = start_daemon(root, scenario, error);
+  if (pid < 0) return ctx.fail(error);
+  j["pid"] = pid;
+  ctx.emit(j, "halsim " + std::to_string(pid) + " serving " + root + kSocketPath);
+}
+
+void status(Run& ctx, const std::string& root_arg) {
+  std::string root = use_root(ctx, root_arg, false), error;
+  auto st = root.empty() ? std::nullopt : Client(root).status(error);
+  if (!st) return root.empty() ? void() : ctx.fail(error);
+  json j = *st;
+  if (!ctx.json_output())
+    std::cout << "appliance " << bayhal::cli::cell(j["appliance"]) << ", halsim pid " << bayhal::cli::cell(j["pid"]) << "\n";
+  ctx.emit(j, bayhal::cli::table_of(j["bays"], {"bay", "label", "enc_sys_id", "name", "pd_sys_id"}));
+  if (!ctx.json_output() && !j["units"].empty()) {
+    std::cout << '\n';
+    ctx.emit(j, bayhal::cli::table_of(j["units"], {"unit", "enc_sys_id", "cabled"}));
+  }
+}
+
+void stop(Run& ctx, const std::string& root_arg) {
+  std::string root = use_root(ctx, root_arg, false), error;
+  auto pid = root.empty() ? std::nullopt : Client(root).stop(error);
+  if (!pid) return root.empty() ? void() : ctx.fail(error);
+  ctx.emit(json{{"pid", *pid}}, "halsim " + std::to_string(*pid) + " stopped");
+}
+
+void hotplug(Run& ctx, const std::string& root_arg, bool insert, const std::string& target, const std::string& disk) {
+  std::string root = use_root(ctx, root_arg, false), error;
+  if (root.empty()) return;
+  bool ok = true;
+  auto j = Client(root).hotplug(insert, target, disk, error, ok);
+  if (!j) return ctx.fail(error);
+  std::string what = j->contains("unit") ? "unit " + (*j)["unit"].get<std::string>() : "bay " + (*j)["bay"].get<std::string>();
+  std::string text = !j->value("visible", false)
+                         ? what + ": " + (insert ? "inserted" : "pulled") + " (its unit is not cabled; nothing to report)"
+                         : what + ": " + (insert ? "inserted " : "pulled ") +
+                               (j->contains("name") ? bayhal::cli::cell((*j)["name"]) + " (" + bayhal::cli::cell((*j)["pd_sys_id"]) + ")"
+                                                    : bayhal::cli::cell((*j)["enc_sys_id"])) +
+                               "; " + bayhal::cli::cell((*j)["call"]) + " = " +
+                               bayhal::cli::cell((*j)["result"]);
+  ctx.emit(*j, text);
+  if (!ok) ctx.fail(bayhal::cli::cell((*j)["call"]) + " failed");
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  Run ctx("halsim", BAYHAL_VERSION, argc, argv);
   CLI::App app{"halsim: a virtual appliance for bayhal"};
+  ctx.add_global_options(app);
   app.require_subcommand(1);
   std::string root;
-  bool as_json = false;
-  app.add_option("--root", root, "system root of the appliance (default: $HAL_ROOT)");
-  app.add_flag("--json", as_json, "machine-readable output");
+  if (const char* env = std::getenv("HAL_ROOT")) root = env;
+  app.add_option("--root", root, "system root DIR of the appliance (as HAL_ROOT=DIR)")->type_name("DIR");
   std::string scenario, target, disk;
-  auto* start = app.add_subcommand("start", "bring a scenario to life and serve it in the background");
-  start->add_option("scenario", scenario, "scenario file")->required();
-  auto* run = app.add_subcommand("run", "the same in the foreground");
-  run->add_option("scenario", scenario, "scenario file")->required();
-  auto* stop = app.add_subcommand("stop", "stop the daemon serving the root");
-  auto* status = app.add_subcommand("status", "slots, disks and units of the running appliance");
-  auto* insert = app.add_subcommand("insert", "insert a disk into a slot, or cable an expansion unit");
-  insert->add_option("slot", target, "slot (root/3, cache/1, usb/2, UNIT/5; 3 = root/3) or unit")->required();
-  insert->add_option("disk", disk, "disk of the scenario (default: the one last pulled from the slot)");
-  auto* remove = app.add_subcommand("remove", "pull the disk from a slot, or unplug an expansion unit");
-  remove->add_option("slot", target, "slot or unit")->required();
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::CallForHelp& e) {
-    return app.exit(e);
-  } catch (const CLI::ParseError& e) {
-    app.exit(e);
-    return kUsage;
-  }
-  if (root.empty()) {
-    const char* env = std::getenv("HAL_ROOT");
-    root = env != nullptr ? env : "";
-  }
-  std::string error;
-  std::string prepared = prepare_root(root, error);
-  if (prepared.empty()) {
-    std::cerr << "halsim: " << (root.empty() ? "give --root DIR or set HAL_ROOT" : error) << '\n';
-    return kUsage;
-  }
-  Client client(prepared);
-  if (*start || *run) {
-    // Power-on clears the root: never under a daemon that is serving it.
-    std::string ignored;
-    if (auto st = client.request("status", ignored)) {
-      std::cerr << "halsim: already serving " << prepared << " (pid " << st->second.value("pid", 0)
-                << ")\n";
-      return kFailed;
-    }
-  }
-  if (*start) return start_daemon(prepared, scenario, as_json);
-  if (*run) return run_daemon(prepared, scenario, -1);
-  if (*stop) return client.stop(as_json);
-  if (*status) return client.status(as_json);
-  if (*insert) return client.hotplug(true, target, disk, as_json);
-  if (*remove) return client.hotplug(false, target, "", as_json);
-  return kUsage;
+  for (bool background : {true, false})
+    ctx.add_command(&app, background ? "start" : "run",
+                    background ? "bring a scenario to life and serve it in the background" : "the same in the foreground",
+                    background ? "start" : "run", [&, background] { power_on(ctx, root, scenario, background); })
+        ->add_option("scenario", scenario, "scenario file")->required();
+  ctx.add_command(&app, "stop", "stop the daemon serving the root", "stop", [&] { stop(ctx, root); });
+  ctx.add_command(&app, "status", "bays, disks and units of the running appliance", "status", [&] { status(ctx, root); });
+  CLI::App* insert = ctx.add_command(&app, "insert", "insert a disk into a bay, or cable an expansion unit", "hotplug",
+                                     [&] { hotplug(ctx, root, true, target, disk); });
+  insert->add_option("bay", target, "BAY (root/3, 0/3, jbod/5) or UNIT (jbod)")->required();
+  insert->add_option("disk", disk, "disk of the scenario (default: the one last pulled from the bay)");
+  ctx.add_command(&app, "remove", "pull the disk from a bay, or unplug an expansion unit", "hotplug",
+                  [&] { hotplug(ctx, root, false, target, ""); })
+      ->add_option("bay", target, "BAY or UNIT")->required();
+  app.footer(kFooter);  // after the commands, which would otherwise repeat it
+  return ctx.execute(app);
 }

@@ -114,11 +114,11 @@ TEST_F(HalsimMachine, RefusesImpossibleHotPlug) {
            {true, "root/3", "spare", "already holds disk hdd3"},
            {true, "root/7", "", "name the disk to insert"},
            {true, "root/7", "nosuch", "no disk 'nosuch'"},
-           {true, "root/7", "hdd1", "disk hdd1 sits in slot root/1"},
-           {true, "cache/2", "spare", "does not fit slot cache/2"},
-           {true, "root/9", "spare", "no slot root/9"},
-           {false, "root/8", "", "slot root/8 is empty"},
-           {false, "attic/1", "", "no slot attic/1"},
+           {true, "root/7", "hdd1", "disk hdd1 sits in bay root/1"},
+           {true, "cache/2", "spare", "does not fit bay cache/2"},
+           {true, "root/9", "spare", "no bay root/9"},
+           {false, "root/8", "", "bay root/8 is empty"},
+           {false, "attic/1", "", "no bay attic/1"},
        }) {
     auto r = c.insert ? machine.insert(c.slot, c.disk, error) : machine.remove(c.slot, error);
     EXPECT_FALSE(r);

@@ -198,13 +198,13 @@ TEST_F(HalsimSocket, LibraryTalksToTheSimulatedDisks) {
 }
 
 TEST_F(HalsimSocket, PulledDiskStopsAnsweringAndReturns) {
-  auto pulled = nlohmann::json::parse(control("remove 3"));
+  auto pulled = nlohmann::json::parse(control("remove root/3"));
   EXPECT_EQ(pulled["pd_sys_id"], "sdc");
   uint8_t buf[96];
   DeviceCommand c = inquiry_cmd(buf);
   EXPECT_EQ(device_command("/dev/sg2", c), -ENODEV);
   auto back = nlohmann::json::parse(control("insert root/3"));
-  EXPECT_EQ(back["disk"], "hdd3");
+  EXPECT_EQ(back["name"], "hdd3");
   EXPECT_EQ(scsi_inquiry("/dev/sg2", -1, buf, 36), 0);
   EXPECT_NE(control("insert root/3 spare").find("already holds disk hdd3"), std::string::npos);
   EXPECT_NE(control("dance").find("unknown request"), std::string::npos);

@@ -58,8 +58,9 @@ std::vector<std::pair<std::pair<int, int>, std::string>> ApplianceTest::slot_map
 }
 
 int ApplianceTest::enc_id(const std::string& identity) {
-  for (const auto& e : query({"enc", "list"}))
-    if (e["identity"] == identity) return e["id"].get<int>();
+  nlohmann::json doc = query({"enc", "list"});
+  for (const auto& e : doc["enclosures"])
+    if (e["enc_sys_id"] == identity) return e["enc_id"].get<int>();
   return -1;
 }
 

@@ -25,7 +25,7 @@ class ApplianceTest : public SandboxTest {
 
   ProcessResult hal_tool(const std::vector<std::string>& args);
   ProcessResult halsim(const std::vector<std::string>& args);
-  // hal_tool --json ARGS, which must succeed; its output parsed.
+  // hal_tool --json ARGS, which must succeed; its envelope parsed.
   nlohmann::json query(const std::vector<std::string>& args);
 
   // The registered disks as (enclosure id, port id) -> serial.

@@ -22,7 +22,7 @@ class HalToolConf : public SandboxTest {
     args.insert(args.begin(), "--json");
     ProcessResult r = tool(args);
     EXPECT_EQ(r.exit_code, 0) << r.err;
-    return nlohmann::json::parse(r.out, nullptr, false);
+    return nlohmann::json::parse(r.out, nullptr, false)["conf"];
   }
 };
 

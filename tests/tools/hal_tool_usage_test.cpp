@@ -1,5 +1,5 @@
-// hal_tool as a user meets it when typing wrong: bad usage exits 2 with one line on stderr
-// and nothing on stdout; the locate forms the system calls are accepted and fail honestly.
+// hal_tool as a user meets it when something is wrong: bad usage exits 2 and a failure 1,
+// each with one line on stderr that says why, and with --json the same in the envelope.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,65 +19,91 @@ ProcessResult hal_tool(const std::vector<std::string>& args, const std::string& 
 
 size_t lines(const std::string& s) { return static_cast<size_t>(std::count(s.begin(), s.end(), '\n')); }
 
-class HalToolUsage : public SandboxTest {};
-
-TEST_F(HalToolUsage, BadUsageIsOneLineAndExitTwo) {
+class HalToolUsage : public SandboxTest {
+ protected:
   struct Case {
     std::vector<std::string> args;
-    const char* says;
+    std::string says;
   };
-  const std::vector<Case> cases = {
-      {{}, "A subcommand is required"},
-      {{"frobnicate"}, "unknown command 'frobnicate'"},
-      {{"enc"}, "A subcommand is required"},
-      {{"enc", "frobnicate"}, "unknown command 'frobnicate' for 'enc'"},
-      {{"--root", "/nonexistent/root", "version"}, "is not a directory"},
-      {{"--colour", "version"}, "--colour"},
-      {{"buzzer_locate"}, "state is required"},
-      {{"buzzer_locate", "maybe"}, "bad buzzer_locate state 'maybe': expected on or off"},
-      {{"lcm_locate", "ON"}, "expected on or off"},
-      {{"speaker_locate", "on", "hello", "again"}, "unexpected argument 'again' for 'speaker_locate'"},
-      {{"buzzer_locate", "on", "loud"}, "unexpected argument 'loud'"},
-      {{"trace", "0xZZ", "m"}, "bad level '0xZZ'"},
-      {{"trace", "8"}, "message is required"},
-      {{"conf", "get", "/etc/hal.conf"}, "section is required"},
-  };
-  for (const Case& c : cases) {
-    ProcessResult r = hal_tool(c.args, root.dir());
-    std::string what = c.args.empty() ? "(no arguments)" : c.args.front() + (c.args.size() > 1 ? " " + c.args[1] : "");
-    EXPECT_EQ(r.exit_code, 2) << what << ": " << r.err;
-    EXPECT_EQ(lines(r.err), 1u) << what << ": " << r.err;
-    EXPECT_NE(r.err.find(c.says), std::string::npos) << what << ": " << r.err;
-    EXPECT_EQ(r.err.rfind("hal_tool: ", 0), 0u) << what;
-    EXPECT_TRUE(r.out.empty()) << what << ": " << r.out;
+  // Each case fails with `code`, one line on stderr holding `says` and no colour off a
+  // terminal; the same with --json prints the envelope with that line in it.
+  void expect_all(const std::vector<Case>& cases, int code) {
+    for (const Case& c : cases) {
+      std::string what = c.args.empty() ? "(no arguments)" : c.args.front() + (c.args.size() > 1 ? " " + c.args[1] : "");
+      ProcessResult r = hal_tool(c.args, root.dir());
+      EXPECT_EQ(r.exit_code, code) << what << ": " << r.err;
+      EXPECT_EQ(lines(r.err), 1u) << what << ": " << r.err;
+      EXPECT_NE(r.err.find(c.says), std::string::npos) << what << ": " << r.err;
+      EXPECT_EQ(r.err.rfind("hal_tool: ", 0), 0u) << what;
+      EXPECT_EQ(r.err.find('\033'), std::string::npos) << what;
+      if (code == 2) {
+        EXPECT_TRUE(r.out.empty()) << what << ": " << r.out;
+      }
+
+      std::vector<std::string> args = c.args;
+      args.push_back("--json");
+      ProcessResult j = hal_tool(args, root.dir());
+      auto doc = nlohmann::json::parse(j.out, nullptr, false);
+      ASSERT_FALSE(doc.is_discarded()) << what << ": " << j.out;
+      EXPECT_EQ(doc["json_format_version"], nlohmann::json({1, 0}));
+      EXPECT_EQ(doc["hal_tool"]["exit_status"], code) << what;
+      EXPECT_EQ(j.exit_code, code) << what;
+      ASSERT_EQ(doc["hal_tool"]["messages"].size(), 1u) << what << ": " << j.out;
+      EXPECT_NE(doc["hal_tool"]["messages"][0]["text"].get<std::string>().find(c.says), std::string::npos) << what;
+    }
   }
+};
+
+TEST_F(HalToolUsage, BadUsageIsOneLineAndExitTwo) {
+  expect_all({
+                 {{}, "A subcommand is required"},
+                 {{"frobnicate"}, "unknown command 'frobnicate'"},
+                 {{"verison"}, "unknown command 'verison'; did you mean 'version'?"},
+                 {{"enc", "lsit"}, "unknown command 'lsit' for 'enc'; did you mean 'list'?"},
+                 {{"enc", "list", "--jsn"}, "unknown option '--jsn' for 'enc list'; did you mean '--json'?"},
+                 {{"--colour", "version"}, "did you mean '--color'?"},
+                 {{"buzzer_locate"}, "state is required"},
+                 {{"buzzer_locate", "maybe"}, "bad buzzer_locate state 'maybe': expected on or off"},
+                 {{"speaker_locate", "on", "hello", "again"}, "unexpected argument 'again' for 'speaker_locate'"},
+                 {{"trace", "0xZZ", "m"}, "bad trace level '0xZZ'"},
+                 {{"conf", "get", "/etc/hal.conf"}, "section is required"},
+                 {{"disk", "info", "0-3"}, "bad bay '0-3': expected ENC/PORT"},
+                 {{"disk", "info", "0/99999999999999999999"}, "PORT from 0 to 65535"},
+                 {{"disk", "info", "root", "3"}, "did you mean 'root/3'?"},
+                 {{"disk", "attach", "root", "sd c"}, "bad disk 'sd c'"},
+                 {{"enc", "info", "a b"}, "bad enclosure 'a b'"},
+             },
+             2);
 }
 
-TEST_F(HalToolUsage, HelpIsNotAnError) {
-  ProcessResult r = hal_tool({"--help"}, root.dir());
-  EXPECT_EQ(r.exit_code, 0);
-  for (const char* cmd : {"boot", "enc", "disk", "conf", "buzzer_locate", "lcm_locate", "speaker_locate"})
-    EXPECT_NE(r.out.find(cmd), std::string::npos) << cmd;
+TEST_F(HalToolUsage, WhatDoesNotExistIsExitOneWithTheReason) {
+  root.write("/etc/odd.conf", "[S]\nk = v\nthis is not a key\n");
+  const std::string r = root.dir();
+  expect_all({
+                 {{"--root", "/nonexistent/root", "version"}, "system root /nonexistent/root: No such file or directory"},
+                 {{"enc", "list"}, "no enclosure registry: " + r + "/etc/hal.conf: No such file or directory"},
+                 {{"disk", "list"}, "the appliance has not booted"},
+                 {{"disk", "info", "0/3"}, "no enclosure registry"},
+                 {{"enc", "map"}, "cannot read " + r + "/etc/config/enclosure.map: No such file or directory"},
+                 {{"conf", "get", "/etc/odd.conf", "S", "k"}, r + "/etc/odd.conf is not an INI file (line 3)"},
+                 {{"conf", "bitmap", "/etc/none.conf", "S", "k"}, "cannot read " + r + "/etc/none.conf"},
+                 {{"model", "show"}, "cannot read " + r + "/etc/model.conf"},
+                 {{"lcm_locate", "off"}, "lcm_locate: not supported on this board yet"},
+             },
+             1);
 }
 
-TEST_F(HalToolUsage, LocateFormsAreAcceptedButNeedTheBoardServices) {
-  for (const std::vector<std::string>& args :
-       std::vector<std::vector<std::string>>{{"buzzer_locate", "on"},
-                                             {"lcm_locate", "off"},
-                                             {"speaker_locate", "on"},
-                                             {"speaker_locate", "on", "locate_voice_1"}}) {
-    ProcessResult r = hal_tool(args, root.dir());
-    EXPECT_EQ(r.exit_code, 1) << args[0];
-    EXPECT_NE(r.err.find(args[0] + ": not supported on this board yet"), std::string::npos) << r.err;
-    EXPECT_EQ(lines(r.err), 1u);
-  }
-  ProcessResult j = hal_tool({"--json", "speaker_locate", "off", "v2"}, root.dir());
-  EXPECT_EQ(j.exit_code, 1);
-  auto doc = nlohmann::json::parse(j.out);
-  EXPECT_EQ(doc["command"], "speaker_locate");
-  EXPECT_EQ(doc["state"], "off");
-  EXPECT_EQ(doc["voice"], "v2");
-  EXPECT_EQ(doc["supported"], false);
+TEST_F(HalToolUsage, HelpVersionAndColourOnRequest) {
+  ProcessResult help = hal_tool({"--help"}, root.dir());
+  EXPECT_EQ(help.exit_code, 0);
+  for (const char* cmd : {"boot", "enc", "disk", "conf", "buzzer_locate", "speaker_locate", "BAY is ENC/PORT"})
+    EXPECT_NE(help.out.find(cmd), std::string::npos) << cmd;
+  ProcessResult sub = hal_tool({"disk", "info", "--help"}, root.dir());
+  EXPECT_NE(sub.out.find("BAY: ENC/PORT"), std::string::npos) << sub.out;
+  ProcessResult version = hal_tool({"--version"}, root.dir());
+  EXPECT_EQ(version.out.rfind("hal_tool ", 0), 0u) << version.out;
+  ProcessResult colour = hal_tool({"--color", "always", "frobnicate"}, root.dir());
+  EXPECT_EQ(colour.err.rfind("\033[1;31mhal_tool:\033[0m", 0), 0u) << colour.err;
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ ProcessResult run_process(const std::vector<std::string>& argv, const std::vecto
     std::vector<char*> args;
     for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
     args.push_back(nullptr);
-    ::execv(args[0], args.data());
+    ::execvp(args[0], args.data());
     std::_Exit(127);
   }
   ::close(out[1]);

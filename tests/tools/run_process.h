@@ -12,7 +12,8 @@ struct ProcessResult {
 };
 
 // Runs `argv` with the environment of this process plus `env` ("NAME=value"; "NAME=" with
-// nothing after it removes NAME) and waits for it.
+// nothing after it removes NAME) and waits for it. A program name without a slash is
+// looked up in PATH (as `env` sets it).
 ProcessResult run_process(const std::vector<std::string>& argv,
                           const std::vector<std::string>& env = {});
 

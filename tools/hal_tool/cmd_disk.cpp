@@ -4,167 +4,160 @@
 #include <vector>
 
 #include "bayhal/PD.h"
-#include "disk/enc_access.h"
-#include "disk/pd_describe.h"
-#include "disk/pd_fields.h"
-#include "tools/hal_tool/tool.h"
+#include "bayhal/SE.h"
+#include "tools/hal_tool/disk_json.h"
+#include "tools/hal_tool/names.h"
+#include "tools/tool_api/bayhal_tool.h"
 
 namespace hal_tool {
 namespace {
 
-using bayhal::disk::text_of;
+constexpr int kMaxPorts = 1200;
 
-struct DiskView {
-  int enc_id;
-  int port_id;
+std::string label_of(int enc, int port) {
+  char buf[128];
+  return PD_Get_Log_Name(enc, port, buf, sizeof buf) >= 0 ? std::string(buf) : std::string();
+}
+
+std::optional<json> registered_disk(int enc, int port) {
   PD_INFO info{};
-  std::string slot_name;
+  if (PD_Get_Info(enc, port, &info) != 0) return std::nullopt;
+  return disk_json(info, enc, port, label_of(enc, port));
+}
+
+void list(Context& ctx, const std::string& only) {
+  std::vector<int> encs;
+  if (!only.empty()) {
+    auto e = enclosure_arg(ctx, only);
+    if (!e) return;
+    encs = {e->id};
+  } else if (auto ids = registered_ids(ctx)) {
+    encs = *ids;
+  } else {
+    return;
+  }
+  json all = json::array();
+  for (int enc : encs) {
+    std::vector<int> ports(kMaxPorts);
+    int n = PD_Enumerate(enc, ports.data(), kMaxPorts);
+    for (int i = 0; i < n && i < kMaxPorts; ++i)
+      if (auto d = registered_disk(enc, ports[static_cast<size_t>(i)])) all.push_back(*d);
+  }
+  ctx.emit(all, table_of(all, kDiskColumns));
+}
+
+void info(Context& ctx, const std::string& bay_text, const std::string& extra) {
+  // The two-word form of older versions gets the one-word spelling back.
+  if (!extra.empty())
+    return ctx.usage("disk info takes one BAY, ENC/PORT: did you mean '" + bay_text + "/" + extra + "'?");
+  auto bay = bay_arg(ctx, bay_text);
+  if (!bay) return;
+  PD_INFO rec{};
+  if (PD_Get_Info(bay->enc.id, bay->port, &rec) != 0) {
+    std::string label = label_of(bay->enc.id, bay->port);
+    return ctx.fail("disk info: no disk in bay " + bay_name(bay->enc.id, bay->port) +
+                    (label.empty() ? "" : " (" + label + ")") + " of " + bay->enc.identity);
+  }
+  json j = disk_json(rec, bay->enc.id, bay->port, label_of(bay->enc.id, bay->port));
+  add_disk_details(j, rec, registered_wwn(rec, bay->enc.id, bay->port));
+  char text[64];
+  for (const char* key : {"read_speed", "write_speed"}) {
+    int (*getter)(int, int, char*, int) = std::string(key) == "read_speed" ? PD_Get_Read_Speed : PD_Get_Write_Speed;
+    bool measured = getter(bay->enc.id, bay->port, text, sizeof text) >= 0 && std::string(text) != "none";
+    j[key] = measured ? json(text) : json();
+  }
+  for (const char* key : {"read_iops", "write_iops"}) {
+    int (*getter)(int, int, char*, int) = std::string(key) == "read_iops" ? PD_Get_Read_IOPS : PD_Get_Write_IOPS;
+    auto n = getter(bay->enc.id, bay->port, text, sizeof text) >= 0 ? parse_number(text, 0, INT64_MAX) : std::nullopt;
+    j[key] = n ? json(*n) : json();
+  }
+  ctx.emit(j, fields_of(j));
+}
+
+// The enclosure and kernel name a hot-plug command acts on: ENC DISK as the device manager
+// names them, or the BAY the disk is in (discovery tells which disk that is for attach,
+// the registry for detach).
+struct Target {
+  std::string enc_sys_id, pd_sys_id;
+  json bay;
 };
 
-std::string getter_text(int (*fn)(int, int, char*, int), int enc, int port) {
-  char buf[128];
-  return fn(enc, port, buf, sizeof buf) >= 0 ? std::string(buf) : std::string();
-}
-
-bool load(int enc, int port, DiskView& d) {
-  d.enc_id = enc;
-  d.port_id = port;
-  if (PD_Get_Info(enc, port, &d.info) != 0) return false;
-  d.slot_name = getter_text(PD_Get_Log_Name, enc, port);
-  return true;
-}
-
-nlohmann::json to_json(const DiskView& d, bool full) {
-  const PD_INFO& i = d.info;
-  nlohmann::json j{
-      {"enc_id", d.enc_id},
-      {"port_id", d.port_id},
-      {"slot", d.slot_name},
-      {"device", std::string(text_of(i.pd_sys_name))},
-      {"pd_sys_id", std::string(text_of(i.pd_sys_id))},
-      {"model", std::string(text_of(i.model))},
-      {"serial", std::string(text_of(i.serial_no))},
-      {"capacity", bayhal::disk::human_capacity(i.capacity, i.sector_size)},
-      {"capacity_sectors", i.capacity},
-      {"sector_size", i.sector_size},
-      {"link_speed", bayhal::disk::link_speed_text(i.link_speed)},
-      {"capabilities", bayhal::disk::capability_names(i.capabilities)},
-  };
-  if (!full) return j;
-  j["vendor"] = std::string(text_of(i.vendor));
-  j["revision"] = std::string(text_of(i.revision));
-  j["enc_sys_id"] = std::string(text_of(i.enc_sys_id));
-  j["ctrl_device"] = std::string(text_of(i.pd_ctrl_name));
-  j["bus"] = std::string(text_of(i.pd_bus_name));
-  j["driver"] = std::string(text_of(i.pd_driver_name));
-  j["wwn"] = getter_text(PD_Get_WWN, d.enc_id, d.port_id);
-  j["type"] = i.type;
-  j["rotation_speed"] = i.rotation_speed;
-  j["max_link_speed"] = bayhal::disk::link_speed_text(i.max_link_speed);
-  j["disk_max_link_speed"] = bayhal::disk::link_speed_text(i.pd_max_link_speed);
-  j["capabilities_hex"] = i.capabilities;
-  j["read_speed"] = getter_text(PD_Get_Read_Speed, d.enc_id, d.port_id);
-  j["write_speed"] = getter_text(PD_Get_Write_Speed, d.enc_id, d.port_id);
-  j["read_iops"] = getter_text(PD_Get_Read_IOPS, d.enc_id, d.port_id);
-  j["write_iops"] = getter_text(PD_Get_Write_IOPS, d.enc_id, d.port_id);
-  return j;
-}
-
-std::string joined(const std::vector<std::string>& words) {
-  std::string out;
-  for (const std::string& w : words) out += (out.empty() ? "" : ",") + w;
-  return out.empty() ? "-" : out;
-}
-
-void list_disks(Context& ctx, int only_enc) {
-  std::vector<int> encs = bayhal::disk::enc_registered_ids();
-  if (only_enc >= 0) encs = {only_enc};
-  nlohmann::json all = nlohmann::json::array();
-  Table table{{"ENC", "PORT", "SLOT", "DEVICE", "MODEL", "SERIAL", "CAPACITY", "LINK", "CAPS"},
-              {}};
-  for (int enc : encs) {
-    std::vector<int> ports(1200);
-    int n = PD_Enumerate(enc, ports.data(), static_cast<int>(ports.size()));
-    for (int i = 0; i < n; ++i) {
-      DiskView d;
-      if (!load(enc, ports[static_cast<size_t>(i)], d)) continue;
-      nlohmann::json j = to_json(d, false);
-      all.push_back(j);
-      table.rows.push_back({std::to_string(enc), std::to_string(d.port_id), d.slot_name,
-                            j["device"], j["model"], j["serial"], j["capacity"], j["link_speed"],
-                            joined(j["capabilities"])});
-    }
+std::optional<Target> target(Context& ctx, const std::string& what, const std::string& first,
+                             const std::string& disk, bool attaching) {
+  if (!disk.empty()) {
+    auto identity = identity_arg(ctx, first);
+    if (!identity || !disk_name_arg(ctx, disk)) return std::nullopt;
+    return Target{*identity, disk, nullptr};
   }
-  emit(ctx, nlohmann::json{{"disks", all}}, table);
+  auto bay = bay_arg(ctx, first);
+  if (!bay) return std::nullopt;
+  Target t{bay->enc.identity, "", bay_name(bay->enc.id, bay->port)};
+  if (attaching) {
+    struct Find {
+      int port;
+      std::string name;
+    } find{bay->port, ""};
+    auto match = [](void* arg, int port, const char* name, int, const PD_INFO*) {
+      auto* f = static_cast<Find*>(arg);
+      if (port == f->port) f->name = name;
+    };
+    bayhal_tool_disks_present(t.enc_sys_id.c_str(), match, &find);
+    t.pd_sys_id = find.name;
+  } else if (PD_INFO rec{}; PD_Get_Info(bay->enc.id, bay->port, &rec) == 0) {
+    t.pd_sys_id = rec.pd_sys_id;
+  }
+  if (t.pd_sys_id.empty()) {
+    ctx.fail(what + ": no disk " + (attaching ? "present" : "registered") + " in bay " + first);
+    return std::nullopt;
+  }
+  return t;
 }
 
-void show_disk(Context& ctx, int enc, int port) {
-  DiskView d;
-  if (!load(enc, port, d)) {
-    fail(ctx, "disk info: no disk at enclosure " + std::to_string(enc) + " port " +
-                  std::to_string(port));
-    return;
-  }
-  nlohmann::json j = to_json(d, true);
-  Table table{{"KEY", "VALUE"}, {}};
-  for (auto& [key, value] : j.items())
-    table.rows.push_back({key, value.is_string() ? value.get<std::string>()
-                              : value.is_array() ? joined(value) : value.dump()});
-  emit(ctx, j, table);
+void attach(Context& ctx, const std::string& first, const std::string& disk) {
+  auto t = target(ctx, "disk attach", first, disk, true);
+  if (!t) return;
+  json j{{"bay", t->bay}, {"enc_sys_id", t->enc_sys_id}, {"pd_sys_id", t->pd_sys_id}, {"registered", false}};
+  ctx.set_result(j);
+  int rc = PD_Sys_Attach(t->enc_sys_id.c_str(), t->pd_sys_id.c_str());
+  if (rc != 0)
+    return ctx.fail("disk attach: " + t->pd_sys_id + " of " + t->enc_sys_id +
+                    (rc == -2 ? " is not a disk to register" : " could not be attached") + log_hint());
+  int enc = -1;
+  int port = SE_Get_Id_By_Sys_Id(t->enc_sys_id.c_str(), &enc) == 0 ? PD_Get_Id_By_Sys_Id(enc, t->pd_sys_id.c_str()) : -1;
+  j["registered"] = port >= 0;
+  if (port >= 0) j["bay"] = bay_name(enc, port);
+  ctx.emit(j, port >= 0 ? "attached " + t->pd_sys_id + " in bay " + bay_name(enc, port)
+                        : "attached " + t->pd_sys_id + " without a record (no free identifier)");
 }
 
-void attach(Context& ctx, const std::string& enc, const std::string& pd) {
-  int rc = PD_Sys_Attach(enc.c_str(), pd.c_str());
-  if (rc != 0) {
-    fail(ctx, "disk attach " + enc + " " + pd + ": failed (" + std::to_string(rc) +
-                  (rc == -2 ? ", not a disk to register)" : ")"));
-    return;
-  }
-  int enc_id = bayhal::disk::enc_id_of(enc.c_str());
-  int port = PD_Get_Id_By_Sys_Id(enc_id, pd.c_str());
-  nlohmann::json j{{"enc_sys_id", enc}, {"pd_sys_id", pd}, {"enc_id", enc_id},
-                   {"registered", port >= 0}, {"port_id", port}};
-  emit(ctx, j,
-       port >= 0 ? "attached " + pd + " as enclosure " + std::to_string(enc_id) + " port " +
-                       std::to_string(port)
-                 : "attached " + pd + " without a record (no free identifier)");
-}
-
-void detach(Context& ctx, const std::string& enc, const std::string& pd) {
-  if (PD_Sys_Detach(enc.c_str(), pd.c_str()) != 0) {
-    fail(ctx, "disk detach " + enc + " " + pd + ": no such disk");
-    return;
-  }
-  emit(ctx, nlohmann::json{{"enc_sys_id", enc}, {"pd_sys_id", pd}, {"detached", true}},
-       "detached " + pd);
+void detach(Context& ctx, const std::string& first, const std::string& disk) {
+  auto t = target(ctx, "disk detach", first, disk, false);
+  if (!t) return;
+  json j{{"bay", t->bay}, {"enc_sys_id", t->enc_sys_id}, {"pd_sys_id", t->pd_sys_id}, {"detached", false}};
+  ctx.set_result(j);
+  if (PD_Sys_Detach(t->enc_sys_id.c_str(), t->pd_sys_id.c_str()) != 0)
+    return ctx.fail("disk detach: no disk " + t->pd_sys_id + " registered in " + t->enc_sys_id);
+  j["detached"] = true;
+  ctx.emit(j, "detached " + t->pd_sys_id);
 }
 
 void add_disk(CLI::App& app, Context& ctx) {
-  CLI::App* disk = area(app, "disk", "disk registry");
-
-  static int list_enc = -1;
-  CLI::App* list = disk->add_subcommand("list", "the slot map: every registered disk");
-  list->add_option("enc", list_enc, "enclosure id (all when left out)")->check(CLI::NonNegativeNumber);
-  list->callback([&ctx] { list_disks(ctx, list_enc); });
-
-  static int info_enc = -1;
-  static int info_port = -1;
-  CLI::App* info = disk->add_subcommand("info", "one disk's record");
-  info->add_option("enc", info_enc, "enclosure id")->required()->check(CLI::NonNegativeNumber);
-  info->add_option("port", info_port, "port id")->required()->check(CLI::NonNegativeNumber);
-  info->callback([&ctx] { show_disk(ctx, info_enc, info_port); });
-
-  static std::string enc_sys_id;
-  static std::string pd_sys_id;
-  CLI::App* att = disk->add_subcommand("attach", "register a disk as the hot-plug handler does");
-  att->add_option("enc_sys_id", enc_sys_id, "enclosure identity (e.g. root)")->required();
-  att->add_option("pd_sys_id", pd_sys_id, "kernel disk name (e.g. sdb)")->required();
-  att->callback([&ctx] { attach(ctx, enc_sys_id, pd_sys_id); });
-
-  CLI::App* det = disk->add_subcommand("detach", "remove a disk, keeping its history");
-  det->add_option("enc_sys_id", enc_sys_id, "enclosure identity")->required();
-  det->add_option("pd_sys_id", pd_sys_id, "kernel disk name")->required();
-  det->callback([&ctx] { detach(ctx, enc_sys_id, pd_sys_id); });
+  CLI::App* disk = ctx.area(app, "disk", "disk registry and discovery");
+  static std::string list_enc, info_bay, info_extra, first, name;
+  ctx.add_command(disk, "list", "the slot map: every registered disk", "disks", [&ctx] { list(ctx, list_enc); })
+      ->add_option("enc", list_enc, "ENC: only this enclosure (id or identity)");
+  CLI::App* i = ctx.add_command(disk, "info", "one disk's record", "disk", [&ctx] { info(ctx, info_bay, info_extra); });
+  i->add_option("bay", info_bay, "BAY: ENC/PORT, e.g. 0/3 or root/3")->required();
+  i->add_option("port", info_extra)->group("");
+  for (bool attaching : {true, false}) {
+    CLI::App* cmd = ctx.add_command(
+        disk, attaching ? "attach" : "detach",
+        attaching ? "register a disk as the hot-plug handler does" : "remove a disk, keeping its history",
+        attaching ? "attach" : "detach",
+        [&ctx, attaching] { attaching ? attach(ctx, first, name) : detach(ctx, first, name); });
+    cmd->add_option("bay_or_enc", first, "BAY (ENC/PORT), or ENC followed by DISK")->required();
+    cmd->add_option("disk", name, "DISK: kernel disk name (sdc), after ENC");
+  }
 }
 
 }  // namespace

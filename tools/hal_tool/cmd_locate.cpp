@@ -14,27 +14,21 @@ struct LocateArgs {
   std::string voice;
 };
 
-void unsupported(Context& ctx, const std::string& command, bool on, const std::string& voice) {
-  nlohmann::json j{{"command", command}, {"state", on ? "on" : "off"}, {"supported", false},
-                   {"reason", "not supported on this board yet: it needs the board services"}};
-  if (!voice.empty()) j["voice"] = voice;
-  if (ctx.json) emit(ctx, j, "");
-  fail(ctx, command + ": not supported on this board yet (no board services)");
+void locate(Context& ctx, const std::string& name, const LocateArgs& a) {
+  bool on = false;
+  if (!on_off_arg(ctx, name + " state", a.state, on)) return;
+  if (a.voice.find_first_of("\n\r") != std::string::npos) return ctx.usage("bad voice: one line of text expected");
+  ctx.set_result({{"command", name}, {"state", on ? "on" : "off"},
+                  {"voice", a.voice.empty() ? json() : json(a.voice)}, {"supported", false}});
+  ctx.fail(name + ": not supported on this board yet (it needs the board services)");
 }
 
 void add_form(CLI::App& app, Context& ctx, const std::string& name, const std::string& what,
               bool with_voice) {
-  auto* cmd = app.add_subcommand(name, what);
   auto args = std::make_shared<LocateArgs>();
+  auto* cmd = ctx.add_command(&app, name, what, "locate", [&ctx, name, args] { locate(ctx, name, *args); });
   cmd->add_option("state", args->state, "on or off")->required();
   if (with_voice) cmd->add_option("voice", args->voice, "voice prompt to play");
-  cmd->callback([&ctx, name, args] {
-    bool on = false;
-    if (!on_off_arg(ctx, name + " state", args->state, on)) return;
-    if (args->voice.find_first_of("\n\r") != std::string::npos)
-      return usage(ctx, "bad voice: one line of text expected");
-    unsupported(ctx, name, on, args->voice);
-  });
 }
 
 void add_locate(CLI::App& app, Context& ctx) {

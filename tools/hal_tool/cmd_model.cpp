@@ -1,137 +1,60 @@
 // hal_tool model setup: choose and correct the model description, say what was done.
 // hal_tool model show [--section NAME]: the sections and keys of the live description.
-#include <unistd.h>
-
-#include <iostream>
-#include <sstream>
-
-#include "model/model_conf.h"
-#include "foundation/sysroot.h"
-#include "ini/ini_store.h"
-#include "tools/hal_tool/tool.h"
+#include "foundation/store_files.h"
+#include "tools/hal_tool/model_setup.h"
+#include "tools/tool_api/bayhal_tool.h"
 
 namespace hal_tool {
 namespace {
 
-using nlohmann::json;
-
-// What "/etc/model.conf" links to, as an appliance path; empty when it is a plain file.
-std::string live_target() {
-  char buf[4096];
-  ssize_t n = ::readlink(bayhal::sys_path(bayhal::kModelConf).c_str(), buf, sizeof buf - 1);
-  if (n <= 0) return {};
-  return bayhal::strip_root(std::string(buf, static_cast<size_t>(n)));
+void setup(Context& ctx) {
+  int rc = 0;
+  json r = model_setup(rc);
+  std::string text = model_setup_text(r);
+  const json& mem = r["memory"];
+  if (!mem["sane"].get<bool>()) text += "\nmemory: no usable SMBIOS memory records; System Memory marked unavailable";
+  for (const json& m : mem["modules"])
+    text += "\nmemory " + bayhal::cli::cell(m["locator"]) + ": " +
+            (m["installed"].get<bool>() ? bayhal::cli::cell(m["size_mb"]) + " MB " + bayhal::cli::cell(m["type"]) : "empty");
+  ctx.emit(r, text);
+  if (rc != 0) ctx.fail("model setup: se_sys_setup_model_conf failed" + log_hint());
 }
 
-json module_json(const bayhal::smbios::MemoryDevice& m) {
-  return {{"locator", m.locator},           {"bank", m.bank},
-          {"installed", m.installed},       {"size_mb", m.size_mb},
-          {"type", m.type},                 {"speed_mts", m.speed_mts},
-          {"manufacturer", m.manufacturer}, {"part_number", m.part_number},
-          {"serial", m.serial}};
-}
-
-void print_setup(int rc, const bayhal::ModelSetupReport& r) {
-  std::ostringstream out;
-  if (!r.chosen.empty())
-    out << "model description: " << bayhal::kModelConf << " -> " << r.chosen << '\n';
-  else
-    out << "model description: " << bayhal::kModelConf << " kept as it is\n";
-  if (!r.message.empty()) out << "message: " << r.message << '\n';
-  if (rc != 0 && r.fixups.empty()) {
-    std::cout << out.str();
+void show(Context& ctx, const std::string& only) {
+  const std::string file = bayhal::kModelConf;
+  json j{{"file", file}, {"target", model_target()}, {"sections", json::array()}};
+  ctx.set_result(j);
+  std::vector<std::string> names;
+  int err = 0, bad_line = 0;
+  auto add = [](void* arg, const char* name) { static_cast<std::vector<std::string>*>(arg)->push_back(name); };
+  if (bayhal_tool_section_names(file.c_str(), add, &names, &err, &bad_line) != 1) {
+    read_section(ctx, "model show", file, "");  // says why
     return;
   }
-  out << "fix-ups:\n";
-  for (const auto& f : r.fixups) {
-    std::string name = f.name;
-    name.resize(26, ' ');
-    out << "  " << name << (f.changed ? "CHANGED    " : "unchanged  ") << f.detail << '\n';
+  std::string text = "# " + file + (j["target"].is_null() ? "" : " -> " + j["target"].get<std::string>());
+  for (const std::string& name : names) {
+    if (!only.empty() && name != only) continue;
+    auto keys = read_section(ctx, "model show", file, name);
+    if (!keys) return;
+    text += "\n[" + name + "]";
+    for (const auto& [k, v] : keys->items()) text += "\n" + k + " = " + v.get<std::string>();
+    j["sections"].push_back({{"name", name}, {"keys", *keys}});
   }
-  if (r.memory_sane) {
-    out << "memory: " << r.memory.size() << " slot(s) read\n";
-    for (const auto& m : r.memory)
-      out << "  " << m.locator << ": " << (m.installed ? std::to_string(m.size_mb) + " MB " + m.type
-                                                     : std::string("empty"))
-          << (m.part_number.empty() ? "" : " " + m.part_number) << '\n';
-  } else {
-    out << "memory: no usable SMBIOS memory records; System Memory marked unavailable\n";
+  if (!only.empty() && j["sections"].empty()) {
+    ctx.set_result(j);
+    return ctx.fail("model show: no section [" + only + "] in " + host_path(file));
   }
-  std::cout << out.str();
-}
-
-void add_setup(CLI::App& model, Context& ctx) {
-  auto* cmd = model.add_subcommand("setup", "choose /etc/model.conf and correct it to the hardware");
-  cmd->callback([&ctx] {
-    bayhal::ModelSetupReport r;
-    int rc = bayhal::setup_model_conf(nullptr, &r);
-    if (ctx.json) {
-      json fixups = json::array();
-      for (const auto& f : r.fixups)
-        fixups.push_back({{"name", f.name}, {"changed", f.changed}, {"detail", f.detail}});
-      json modules = json::array();
-      for (const auto& m : r.memory) modules.push_back(module_json(m));
-      json j{{"result", rc},
-             {"file", bayhal::kModelConf},
-             {"chosen", r.chosen.empty() ? json(nullptr) : json(r.chosen)},
-             {"target", live_target()},
-             {"message", r.message.empty() ? json(nullptr) : json(r.message)},
-             {"fixups", fixups},
-             {"memory", {{"sane", r.memory_sane}, {"modules", modules}}}};
-      std::cout << j.dump(2) << '\n';
-    } else {
-      print_setup(rc, r);
-    }
-    if (rc != 0) fail(ctx, "model setup failed (the trace log says why)");
-  });
-}
-
-void add_show(CLI::App& model, Context& ctx) {
-  auto* cmd = model.add_subcommand("show", "sections and keys of the live model description");
-  static std::string only;
-  cmd->add_option("--section", only, "show only this section");
-  cmd->callback([&ctx] {
-    std::vector<std::string> names = bayhal::ini::list_sections(bayhal::kModelConf);
-    if (names.empty()) {
-      fail(ctx, std::string("no model description at ") + bayhal::kModelConf);
-      return;
-    }
-    // File order matters to a reader of the description: keep it in the JSON too.
-    nlohmann::ordered_json sections = nlohmann::ordered_json::array();
-    std::ostringstream text;
-    std::string target = live_target();
-    text << "# " << bayhal::kModelConf << (target.empty() ? "" : " -> " + target) << '\n';
-    bool found = false;
-    for (const std::string& name : names) {
-      if (!only.empty() && name != only) continue;
-      auto s = bayhal::ini::read_section(bayhal::kModelConf, name);
-      if (!s) continue;
-      found = true;
-      nlohmann::ordered_json keys = nlohmann::ordered_json::object();
-      text << '[' << name << "]\n";
-      for (const auto& [k, v] : s->entries) {
-        keys[k] = v;
-        text << k << " = " << v << '\n';
-      }
-      sections.push_back({{"name", name}, {"keys", keys}});
-    }
-    if (!found) {
-      fail(ctx, "no section [" + only + "] in " + bayhal::kModelConf);
-      return;
-    }
-    if (ctx.json) {
-      nlohmann::ordered_json j{{"file", bayhal::kModelConf}, {"target", target}, {"sections", sections}};
-      std::cout << j.dump(2) << '\n';
-    } else {
-      std::cout << text.str();
-    }
-  });
+  ctx.emit(j, text);
 }
 
 void add_model(CLI::App& app, Context& ctx) {
-  CLI::App* model = area(app, "model", "the model description (/etc/model.conf)");
-  add_setup(*model, ctx);
-  add_show(*model, ctx);
+  CLI::App* model = ctx.area(app, "model", "the model description (/etc/model.conf)");
+  ctx.add_command(model, "setup", "choose /etc/model.conf and correct it to the hardware", "model_setup",
+                  [&ctx] { setup(ctx); });
+  static std::string only;
+  ctx.add_command(model, "show", "sections and keys of the live model description", "model",
+                  [&ctx] { show(ctx, only); })
+      ->add_option("--section", only, "show only this section");
 }
 
 }  // namespace

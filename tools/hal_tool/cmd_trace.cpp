@@ -1,34 +1,34 @@
 // hal_tool trace LEVEL MESSAGE: writes one trace line as any library caller would.
 #include "bayhal/ERR_TRACE.h"
-#include "foundation/err_trace.h"
-#include "foundation/sysroot.h"
 #include "tools/hal_tool/tool.h"
+#include "tools/tool_api/bayhal_tool.h"
 
 namespace hal_tool {
 namespace {
 
+struct Args {
+  std::string level, message;
+};
+
+void trace(Context& ctx, const Args& a) {
+  long long level = 0;
+  if (!number_arg(ctx, "trace level", a.level, 0, 0xFFFFFFFFll, level)) return;
+  int rc = ERR_TRACE(static_cast<unsigned>(level), "%s\n", a.message.c_str());
+  char log[4096] = "";
+  unsigned mask = 0;
+  bayhal_tool_trace_log(log, sizeof log, &mask);
+  bool written = (static_cast<unsigned>(level) & mask) != 0 && rc == 0;
+  ctx.emit(json{{"level", level}, {"mask", mask}, {"written", written}, {"log", log}},
+           written ? std::string("written to ") + log : "filtered out by the mask");
+  if (rc != 0) ctx.fail("trace: cannot write " + std::string(log) + " (its lock file could not be opened)");
+}
+
 void add_trace(CLI::App& app, Context& ctx) {
-  auto* cmd = app.add_subcommand("trace", "write a trace line (LEVEL is a bit mask, e.g. 1 or 0x8)");
-  static std::string level_text;
-  static std::string message;
-  cmd->add_option("level", level_text, "level bit mask")->required();
-  cmd->add_option("message", message, "message text")->required();
-  cmd->callback([&ctx] {
-    char* end = nullptr;
-    unsigned long level = std::strtoul(level_text.c_str(), &end, 0);
-    if (level_text.empty() || *end != '\0' || level > 0xFFFFFFFFul) {
-      std::cerr << "hal_tool: trace: bad level '" << level_text << "'\n";
-      ctx.exit_code = kUsage;
-      return;
-    }
-    int rc = ERR_TRACE(static_cast<unsigned>(level), "%s\n", message.c_str());
-    bool written = (level & bayhal::trace_mask()) != 0 && rc == 0;
-    std::string log = bayhal::sys_path(bayhal::trace_log_path());
-    nlohmann::json j{{"level", level}, {"mask", bayhal::trace_mask()}, {"written", written},
-                     {"log", log}};
-    emit(ctx, j, written ? "written to " + log : "filtered out by mask");
-    if (rc != 0) fail(ctx, "trace: cannot open the lock file");
-  });
+  static Args args;
+  auto* cmd = ctx.add_command(&app, "trace", "write a trace line (LEVEL is a bit mask, e.g. 1 or 0x8)",
+                              "trace", [&ctx] { trace(ctx, args); });
+  cmd->add_option("level", args.level, "level bit mask")->required();
+  cmd->add_option("message", args.message, "message text")->required();
 }
 
 }  // namespace

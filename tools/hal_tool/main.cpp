@@ -1,76 +1,61 @@
 // hal_tool: the appliance's command-line view of the hardware layer. Exit codes: 0 success,
-// 1 the operation failed (the library's reason on stderr), 2 bad usage (one line on stderr).
+// 1 the operation failed (the reason on stderr), 2 bad usage (one line on stderr).
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdlib>
-#include <exception>
-#include <iostream>
+#include <cstring>
+#include <filesystem>
 
 #include "tools/hal_tool/tool.h"
 
-namespace hal_tool {
-void register_all(CLI::App& app, Context& ctx);
-}
+#ifndef BAYHAL_VERSION
+#define BAYHAL_VERSION "unknown"
+#endif
 
 namespace {
 
-// CLI11 messages can run over several lines; the tool's usage errors are one line.
-std::string first_line(const std::string& text) {
-  std::string line = text.substr(0, text.find('\n'));
-  return line.empty() ? "bad usage" : line;
-}
+constexpr char kFooter[] = R"(Options may also follow the command (hal_tool enc list --json).
+ENC names an enclosure by id or identity (0, root, 5000ccab0200e07f); BAY is ENC/PORT
+(0/3, root/3); DISK a kernel disk name (sdc).
 
-// "A subcommand is required" also comes for a word that names no command: say which.
-std::string usage_message(CLI::App& app, const CLI::ParseError& e) {
-  CLI::App* deepest = &app;
-  for (bool descended = true; descended;) {
-    descended = false;
-    for (CLI::App* sub : deepest->get_subcommands())
-      if (sub->parsed()) {
-        deepest = sub;
-        descended = true;
-        break;
-      }
+Exit status: 0 success; 1 the operation failed, the reason on stderr; 2 bad usage.
+Environment: HAL_ROOT, the system root (as --root); NO_COLOR turns colour off.
+Output formats and the JSON envelope: docs/hal_tool.md.)";
+
+// The root as an absolute directory, so that every path the tool reports names the real
+// place; a root that is not there is a failure before anything runs.
+bool use_root(hal_tool::Context& ctx, const std::string& given) {
+  if (given.empty()) return true;
+  std::error_code ec;
+  std::filesystem::path abs = std::filesystem::absolute(given, ec).lexically_normal();
+  struct stat st {};
+  std::string problem = ec                                  ? ec.message()
+                        : ::stat(abs.c_str(), &st) != 0    ? std::strerror(errno)
+                        : !S_ISDIR(st.st_mode)              ? "not a directory"
+                                                            : "";
+  if (!problem.empty()) {
+    ctx.fail("system root " + given + ": " + problem);
+    return false;
   }
-  std::vector<std::string> rest = deepest->remaining();
-  if (!rest.empty() && rest.front().rfind("-", 0) != 0) {
-    std::string where = deepest == &app ? "" : " for '" + deepest->get_name() + "'";
-    bool takes_commands = !deepest->get_subcommands([](CLI::App*) { return true; }).empty();
-    return (takes_commands ? "unknown command '" : "unexpected argument '") + rest.front() + "'" +
-           where;
-  }
-  return first_line(e.what());
+  ::setenv("HAL_ROOT", abs.c_str(), 1);
+  return true;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  hal_tool::Context ctx;
+  hal_tool::Context ctx("hal_tool", BAYHAL_VERSION, argc, argv);
   CLI::App app{"hal_tool: inspect and drive the appliance's hardware layer"};
+  ctx.add_global_options(app);
   app.require_subcommand(1);
   std::string root;
-  app.add_flag("--json", ctx.json, "machine-readable output (schemas in docs/hal_tool.md)");
-  app.add_option("--root", root, "system root (same as HAL_ROOT)");
+  if (const char* env = std::getenv("HAL_ROOT")) root = env;
+  app.add_option("--root", root, "system root DIR (as HAL_ROOT=DIR)")->type_name("DIR");
   app.parse_complete_callback([&] {
-    if (root.empty()) return;
-    struct stat st {};
-    if (::stat(root.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
-      throw CLI::ValidationError("--root", root + " is not a directory");
-    ::setenv("HAL_ROOT", root.c_str(), 1);
+    if (!use_root(ctx, root)) throw CLI::RuntimeError(bayhal::cli::kFailed);
   });
   hal_tool::register_all(app, ctx);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::CallForHelp& e) {
-    return app.exit(e);
-  } catch (const CLI::CallForAllHelp& e) {
-    return app.exit(e);
-  } catch (const CLI::ParseError& e) {
-    std::cerr << "hal_tool: " << usage_message(app, e) << " (see hal_tool --help)\n";
-    return hal_tool::kUsage;
-  } catch (const std::exception& e) {
-    std::cerr << "hal_tool: internal error: " << first_line(e.what()) << '\n';
-    return hal_tool::kFailed;
-  }
-  return ctx.exit_code;
+  app.footer(kFooter);  // after the commands, which would otherwise repeat it
+  return ctx.execute(app);
 }

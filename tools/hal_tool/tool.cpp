@@ -1,11 +1,12 @@
 #include "tools/hal_tool/tool.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
-#include <cstdio>
-#include <iostream>
+#include <cstring>
+#include <vector>
+
+#include "tools/tool_api/bayhal_tool.h"
 
 namespace hal_tool {
 namespace {
@@ -15,65 +16,23 @@ std::vector<Registrar>& registrars() {
   return all;
 }
 
-void print_table(const Table& t) {
-  std::vector<size_t> width(t.headers.size(), 0);
-  for (size_t i = 0; i < t.headers.size(); ++i) width[i] = t.headers[i].size();
-  for (const auto& row : t.rows)
-    for (size_t i = 0; i < row.size() && i < width.size(); ++i)
-      width[i] = std::max(width[i], row[i].size());
-  auto line = [&](const std::vector<std::string>& cells) {
-    std::string out;
-    for (size_t i = 0; i < width.size(); ++i) {
-      std::string cell = i < cells.size() ? cells[i] : "";
-      if (i + 1 < width.size()) cell.resize(width[i], ' ');
-      out += cell;
-      if (i + 1 < width.size()) out += "  ";
-    }
-    while (!out.empty() && out.back() == ' ') out.pop_back();
-    std::cout << out << '\n';
-  };
-  line(t.headers);
-  for (const auto& row : t.rows) line(row);
+std::string path_through(int (*fn)(const char*, char*, int), const std::string& path) {
+  std::vector<char> buf(path.size() + 4096);
+  return fn(path.c_str(), buf.data(), static_cast<int>(buf.size())) >= 0 ? std::string(buf.data()) : path;
 }
 
 }  // namespace
-
-CLI::App* area(CLI::App& app, const std::string& name, const std::string& description) {
-  for (CLI::App* sub : app.get_subcommands([](CLI::App*) { return true; }))
-    if (sub->get_name() == name) return sub;
-  CLI::App* sub = app.add_subcommand(name, description);
-  sub->require_subcommand(1);
-  return sub;
-}
 
 bool register_command(Registrar r) {
   registrars().push_back(r);
   return true;
 }
 
-void emit(const Context& ctx, const nlohmann::json& j, const Table& table) {
-  if (ctx.json)
-    std::cout << j.dump(2) << '\n';
-  else
-    print_table(table);
+void register_all(CLI::App& app, Context& ctx) {
+  for (Registrar r : registrars()) r(app, ctx);
 }
 
-void emit(const Context& ctx, const nlohmann::json& j, const std::string& text) {
-  if (ctx.json)
-    std::cout << j.dump(2) << '\n';
-  else
-    std::cout << text << '\n';
-}
-
-void fail(Context& ctx, const std::string& message) {
-  std::cerr << "hal_tool: " << message << '\n';
-  ctx.exit_code = kFailed;
-}
-
-void usage(Context& ctx, const std::string& message) {
-  std::cerr << "hal_tool: " << message << '\n';
-  ctx.exit_code = kUsage;
-}
+json text_or_null(std::string_view text) { return text.empty() ? json() : json(std::string(text)); }
 
 std::optional<long long> parse_number(std::string_view text, long long lo, long long hi) {
   long long v = 0;
@@ -83,8 +42,7 @@ std::optional<long long> parse_number(std::string_view text, long long lo, long 
   if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
     unsigned long long u = 0;
     r = std::from_chars(b + 2, e, u, 16);
-    if (r.ec != std::errc() || r.ptr != e || b + 2 == e || u > static_cast<unsigned long long>(INT64_MAX))
-      return std::nullopt;
+    if (r.ec != std::errc() || r.ptr != e || u > static_cast<unsigned long long>(INT64_MAX)) return std::nullopt;
     v = static_cast<long long>(u);
   } else {
     r = std::from_chars(b, e, v, 10);
@@ -98,8 +56,8 @@ bool number_arg(Context& ctx, std::string_view what, const std::string& text, lo
                 long long hi, long long& out) {
   auto v = parse_number(text, lo, hi);
   if (!v) {
-    usage(ctx, "bad " + std::string(what) + " '" + text + "': expected a number from " +
-                   std::to_string(lo) + " to " + std::to_string(hi));
+    ctx.usage("bad " + std::string(what) + " '" + text + "': expected a number from " +
+              std::to_string(lo) + " to " + std::to_string(hi));
     return false;
   }
   out = *v;
@@ -111,12 +69,38 @@ bool on_off_arg(Context& ctx, std::string_view what, const std::string& text, bo
     on = text == "on";
     return true;
   }
-  usage(ctx, "bad " + std::string(what) + " '" + text + "': expected on or off");
+  ctx.usage("bad " + std::string(what) + " '" + text + "': expected on or off");
   return false;
 }
 
-void register_all(CLI::App& app, Context& ctx) {
-  for (Registrar r : registrars()) r(app, ctx);
+std::string host_path(const std::string& appliance_path) {
+  return path_through(bayhal_tool_host_path, appliance_path);
+}
+
+std::string appliance_path(const std::string& host) { return path_through(bayhal_tool_appliance_path, host); }
+
+std::string log_hint() {
+  char log[4096];
+  unsigned mask = 0;
+  if (bayhal_tool_trace_log(log, sizeof log, &mask) != 0) return "";
+  return " (details in " + std::string(log) + ")";
+}
+
+std::optional<json> read_section(Context& ctx, const std::string& what, const std::string& file,
+                                 const std::string& section) {
+  json keys = json::object();
+  int err = 0, bad_line = 0;
+  auto add = [](void* arg, const char* k, const char* v) { (*static_cast<json*>(arg))[k] = v; };
+  int rc = bayhal_tool_read_section(file.c_str(), section.c_str(), add, &keys, &err, &bad_line);
+  if (rc == 1) return keys;
+  std::string where = host_path(file);
+  if (rc == -1)
+    ctx.fail(what + ": cannot read " + where + ": " + std::strerror(err));
+  else if (rc == -2)
+    ctx.fail(what + ": " + where + " is not an INI file (line " + std::to_string(bad_line) + ")");
+  else
+    ctx.fail(what + ": no section [" + section + "] in " + where);
+  return std::nullopt;
 }
 
 }  // namespace hal_tool

@@ -1,39 +1,23 @@
-// hal_tool's command plumbing: each area registers its subcommands from its own file.
+// hal_tool's command plumbing: each area registers its subcommands from its own cmd_*.cpp.
+// The conventions (options, envelope, errors, tables) come from tools/cli; what names a
+// thing on the command line (an enclosure, a bay) from names.h.
 #pragma once
-#include <CLI/CLI.hpp>
-#include <functional>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "tools/cli/cli.h"
 
 namespace hal_tool {
 
-// Exit codes of the tool.
-constexpr int kOk = 0;
-constexpr int kFailed = 1;
-constexpr int kUsage = 2;
+using bayhal::cli::json;
+using bayhal::cli::Table;
+using Context = bayhal::cli::Run;
+using bayhal::cli::fields_of;
+using bayhal::cli::table_of;
 
-struct Context {
-  bool json = false;
-  int exit_code = kOk;
-};
-
-// An aligned text table for human output.
-struct Table {
-  std::vector<std::string> headers;
-  std::vector<std::vector<std::string>> rows;
-};
-
-// Prints `j` (with --json) or `table`.
-void emit(const Context& ctx, const nlohmann::json& j, const Table& table);
-// Prints `j` (with --json) or `text` followed by a newline.
-void emit(const Context& ctx, const nlohmann::json& j, const std::string& text);
-// Reports a failed operation on stderr and sets exit code 1.
-void fail(Context& ctx, const std::string& message);
-// Reports bad usage (one line on stderr) and sets exit code 2.
-void usage(Context& ctx, const std::string& message);
+// A text value for the result: null when it is empty (a missing value is null, never "").
+json text_or_null(std::string_view text);
 
 // A whole decimal or 0x-hexadecimal number (optional minus sign for decimal) within
 // [lo, hi]; nullopt for anything else, including text after the digits.
@@ -45,13 +29,22 @@ bool number_arg(Context& ctx, std::string_view what, const std::string& text, lo
 // "on"/"off" for an argument; other text is bad usage.
 bool on_off_arg(Context& ctx, std::string_view what, const std::string& text, bool& on);
 
-// The area subcommand `name` ("disk", "enc", ...), created on first use so that several
-// command files can add verbs under one area.
-CLI::App* area(CLI::App& app, const std::string& name, const std::string& description);
+// Where the library's details of a failure are: " (details in HOST_PATH_OF_THE_LOG)".
+std::string log_hint();
+// The host path of an appliance path, as the library resolves it under the system root.
+std::string host_path(const std::string& appliance_path);
+// The appliance path of a host path under the system root.
+std::string appliance_path(const std::string& host_path);
+
+// One section of a store file in file order; on failure reports why (file missing, not
+// INI at line N, no such section) as `what: reason` and returns nullopt.
+std::optional<json> read_section(Context& ctx, const std::string& what, const std::string& file,
+                                 const std::string& section);
 
 using Registrar = void (*)(CLI::App& app, Context& ctx);
 // Adds a registrar; called from static initialisers in each command file.
 bool register_command(Registrar r);
+void register_all(CLI::App& app, Context& ctx);
 
 }  // namespace hal_tool
 

@@ -1,0 +1,29 @@
+// Words and numbers for the codes of the registries' records, for people and scripts: one
+// table per code family, so a new code is one row.
+#pragma once
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace hal_tool {
+
+// A disk link: "SATA 6.0 Gb/s" and its raw line rate in Gb/s (per lane for PCIe);
+// nullopt for 0 or an unknown code.
+struct LinkSpeed {
+  const char* text;
+  double gbps;
+};
+std::optional<LinkSpeed> link_speed(int code);
+// "ata", "scsi", "usb"; "unknown" otherwise.
+std::string disk_type(int type);
+// Names of the set PD_CAP_* bits; unnamed bits as "0x..".
+std::vector<std::string> disk_capabilities(unsigned caps);
+// Bytes in decimal units as drive makers count them: "4.00 TB", "512 B".
+std::string human_bytes(long double bytes);
+// "root", "sas", ...; "none" for -1, "unknown" for codes without a name.
+std::string enc_protocol(int protocol);
+// Names of the set SE_CAP_* bits; unnamed bits as "0x..".
+std::vector<std::string> enc_capabilities(uint32_t caps);
+
+}  // namespace hal_tool

@@ -1,0 +1,66 @@
+/* libbayhal's interface for its own programs: what hal_tool shows that the exported families
+   do not (discovery without registering, the model set-up's report, store diagnostics, the
+   system root). Plain C like the families, exported under the version node BAYHAL_PRIVATE;
+   not installed, and free to change from one release to the next. No call throws. */
+#ifndef BAYHAL_TOOL_H
+#define BAYHAL_TOOL_H
+
+#include "bayhal/PD.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define BAYHAL_TOOL_API __attribute__((visibility("default")))
+
+/* The host path of an appliance path under the system root, and back. The length written,
+   or -1 when it does not fit in `size`. */
+BAYHAL_TOOL_API int bayhal_tool_host_path(const char *path, char *buf, int size);
+BAYHAL_TOOL_API int bayhal_tool_appliance_path(const char *host_path, char *buf, int size);
+
+/* The trace log (host path) and mask as the tracer now sees them; -1 when buf is too small. */
+BAYHAL_TOOL_API int bayhal_tool_trace_log(char *buf, int size, unsigned *mask);
+
+typedef void (*bayhal_tool_name_fn)(void *arg, const char *name);
+typedef void (*bayhal_tool_pair_fn)(void *arg, const char *key, const char *value);
+
+/* Store files, read as the library reads them. read_section calls `each` for every key of
+   the section in file order; section_names for every section name.
+   Result: 1 read; 0 no such section (read_section); -1 the file cannot be read (*err is the
+   errno); -2 the file is not INI (*bad_line is the first line that is not). */
+BAYHAL_TOOL_API int bayhal_tool_read_section(const char *file, const char *section,
+                                             bayhal_tool_pair_fn each, void *arg, int *err,
+                                             int *bad_line);
+BAYHAL_TOOL_API int bayhal_tool_section_names(const char *file, bayhal_tool_name_fn each,
+                                              void *arg, int *err, int *bad_line);
+
+/* Discovery, registering nothing. enclosures_present: `each` for every enclosure identity
+   present; the count, or -1. disks_present: `each` for every disk discovery finds in the
+   enclosure, with its bay, its kernel name, the probe's result (0; -2 not a disk to
+   register; -1 failed) and the record read (valid when the result is 0); the count, or -1
+   when the enclosure's kind has no disk discovery. */
+BAYHAL_TOOL_API int bayhal_tool_enclosures_present(bayhal_tool_name_fn each, void *arg);
+typedef void (*bayhal_tool_disk_fn)(void *arg, int port_id, const char *pd_sys_id, int probe,
+                                    const PD_INFO *info);
+BAYHAL_TOOL_API int bayhal_tool_disks_present(const char *enc_sys_id, bayhal_tool_disk_fn each,
+                                              void *arg);
+
+/* se_sys_setup_model_conf with its report: the file chosen (NULL when kept), each fix-up,
+   the memory step's verdict and each memory slot read. */
+typedef struct {
+  const char *locator, *bank, *type, *manufacturer, *part_number, *serial;
+  int installed, size_mb, speed_mts;
+} BAYHAL_TOOL_MODULE;
+typedef struct {
+  void (*chosen)(void *arg, const char *file);
+  void (*fixup)(void *arg, const char *name, int changed, const char *detail);
+  void (*memory)(void *arg, int sane, const BAYHAL_TOOL_MODULE *modules, int count);
+} BAYHAL_TOOL_SETUP_REPORT;
+BAYHAL_TOOL_API int bayhal_tool_model_setup(const char **message,
+                                            const BAYHAL_TOOL_SETUP_REPORT *report, void *arg);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

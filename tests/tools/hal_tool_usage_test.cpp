@@ -85,7 +85,9 @@ TEST_F(HalToolUsage, WhatDoesNotExistIsExitOneWithTheReason) {
                  {{"disk", "list"}, "the appliance has not booted"},
                  {{"disk", "info", "0/3"}, "no enclosure registry"},
                  {{"enc", "map"}, "cannot read " + r + "/etc/config/enclosure.map: No such file or directory"},
-                 {{"conf", "get", "/etc/odd.conf", "S", "k"}, r + "/etc/odd.conf is not an INI file (line 3)"},
+                 // The line that is not INI is passed over, as the store does.
+                 {{"conf", "get", "/etc/odd.conf", "S", "x"}, "no key 'x' in [S] of " + r + "/etc/odd.conf"},
+                 {{"conf", "get", "/etc/odd.conf", "T", "k"}, "no section [T] in " + r + "/etc/odd.conf"},
                  {{"conf", "bitmap", "/etc/none.conf", "S", "k"}, "cannot read " + r + "/etc/none.conf"},
                  {{"model", "show"}, "cannot read " + r + "/etc/model.conf"},
                  {{"lcm_locate", "off"}, "lcm_locate: not supported on this board yet"},

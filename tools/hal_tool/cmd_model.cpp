@@ -25,9 +25,9 @@ void show(Context& ctx, const std::string& only) {
   json j{{"file", file}, {"target", model_target()}, {"sections", json::array()}};
   ctx.set_result(j);
   std::vector<std::string> names;
-  int err = 0, bad_line = 0;
+  int err = 0;
   auto add = [](void* arg, const char* name) { static_cast<std::vector<std::string>*>(arg)->push_back(name); };
-  if (bayhal_tool_section_names(file.c_str(), add, &names, &err, &bad_line) != 1) {
+  if (bayhal_tool_section_names(file.c_str(), add, &names, &err) != 1) {
     read_section(ctx, "model show", file, "");  // says why
     return;
   }

@@ -89,15 +89,13 @@ std::string log_hint() {
 std::optional<json> read_section(Context& ctx, const std::string& what, const std::string& file,
                                  const std::string& section) {
   json keys = json::object();
-  int err = 0, bad_line = 0;
+  int err = 0;
   auto add = [](void* arg, const char* k, const char* v) { (*static_cast<json*>(arg))[k] = v; };
-  int rc = bayhal_tool_read_section(file.c_str(), section.c_str(), add, &keys, &err, &bad_line);
+  int rc = bayhal_tool_read_section(file.c_str(), section.c_str(), add, &keys, &err);
   if (rc == 1) return keys;
   std::string where = host_path(file);
-  if (rc == -1)
+  if (rc < 0)
     ctx.fail(what + ": cannot read " + where + ": " + std::strerror(err));
-  else if (rc == -2)
-    ctx.fail(what + ": " + where + " is not an INI file (line " + std::to_string(bad_line) + ")");
   else
     ctx.fail(what + ": no section [" + section + "] in " + where);
   return std::nullopt;

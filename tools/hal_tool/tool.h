@@ -36,8 +36,8 @@ std::string host_path(const std::string& appliance_path);
 // The appliance path of a host path under the system root.
 std::string appliance_path(const std::string& host_path);
 
-// One section of a store file in file order; on failure reports why (file missing, not
-// INI at line N, no such section) as `what: reason` and returns nullopt.
+// One section of a store file in file order; on failure reports why (the file cannot be
+// read and the system's reason, or no such section) as `what: reason` and returns nullopt.
 std::optional<json> read_section(Context& ctx, const std::string& what, const std::string& file,
                                  const std::string& section);
 

@@ -35,8 +35,8 @@ int copy_out(const std::string& text, char* buf, int size) {
   return static_cast<int>(text.size());
 }
 
-// The text of a store file as the store reads it: 1, or -1 (*err) / -2 (*bad_line).
-int load_store(const char* file, bayhal::ini::FileBuffer& buf, int* err, int* bad_line) {
+// The text of a store file as the store reads it: 1, or -1 (*err).
+int load_store(const char* file, bayhal::ini::FileBuffer& buf, int* err) {
   bayhal::SysPath path(file != nullptr ? file : "");
   struct stat st {};
   int e = !path.ok() ? ENAMETOOLONG : ::stat(path.c_str(), &st) != 0 ? errno : S_ISDIR(st.st_mode) ? EISDIR : 0;
@@ -44,11 +44,6 @@ int load_store(const char* file, bayhal::ini::FileBuffer& buf, int* err, int* ba
   if (e != 0) {
     if (err != nullptr) *err = e;
     return -1;
-  }
-  size_t line = 0;
-  if (!bayhal::ini::is_ini(buf.view(), &line)) {
-    if (bad_line != nullptr) *bad_line = static_cast<int>(line);
-    return -2;
   }
   return 1;
 }
@@ -75,10 +70,10 @@ int bayhal_tool_trace_log(char* buf, int size, unsigned* mask) {
 }
 
 int bayhal_tool_read_section(const char* file, const char* section, bayhal_tool_pair_fn each,
-                             void* arg, int* err, int* bad_line) {
+                             void* arg, int* err) {
   return guarded([&] {
     bayhal::ini::FileBuffer buf;
-    if (int rc = load_store(file, buf, err, bad_line); rc < 0) return rc;
+    if (int rc = load_store(file, buf, err); rc < 0) return rc;
     std::vector<std::pair<std::string_view, std::string_view>> keys;
     if (section == nullptr || !bayhal::ini::collect_section(buf.view(), section, keys)) return 0;
     for (const auto& [k, v] : keys)
@@ -87,11 +82,10 @@ int bayhal_tool_read_section(const char* file, const char* section, bayhal_tool_
   });
 }
 
-int bayhal_tool_section_names(const char* file, bayhal_tool_name_fn each, void* arg, int* err,
-                              int* bad_line) {
+int bayhal_tool_section_names(const char* file, bayhal_tool_name_fn each, void* arg, int* err) {
   return guarded([&] {
     bayhal::ini::FileBuffer buf;
-    if (int rc = load_store(file, buf, err, bad_line); rc < 0) return rc;
+    if (int rc = load_store(file, buf, err); rc < 0) return rc;
     for (const std::string& name : bayhal::ini::section_names(buf.view()))
       if (!name.empty() && each != nullptr) each(arg, name.c_str());
     return 1;

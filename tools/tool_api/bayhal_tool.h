@@ -24,15 +24,14 @@ BAYHAL_TOOL_API int bayhal_tool_trace_log(char *buf, int size, unsigned *mask);
 typedef void (*bayhal_tool_name_fn)(void *arg, const char *name);
 typedef void (*bayhal_tool_pair_fn)(void *arg, const char *key, const char *value);
 
-/* Store files, read as the library reads them. read_section calls `each` for every key of
-   the section in file order; section_names for every section name.
-   Result: 1 read; 0 no such section (read_section); -1 the file cannot be read (*err is the
-   errno); -2 the file is not INI (*bad_line is the first line that is not). */
+/* Store files, read as the library reads them (lines that are not INI are passed over).
+   read_section calls `each` for every key of the section in file order; section_names for
+   every section name. Result: 1 read; 0 no such section (read_section); -1 the file cannot
+   be read (*err is the errno). */
 BAYHAL_TOOL_API int bayhal_tool_read_section(const char *file, const char *section,
-                                             bayhal_tool_pair_fn each, void *arg, int *err,
-                                             int *bad_line);
+                                             bayhal_tool_pair_fn each, void *arg, int *err);
 BAYHAL_TOOL_API int bayhal_tool_section_names(const char *file, bayhal_tool_name_fn each,
-                                              void *arg, int *err, int *bad_line);
+                                              void *arg, int *err);
 
 /* Discovery, registering nothing. enclosures_present: `each` for every enclosure identity
    present; the count, or -1. disks_present: `each` for every disk discovery finds in the

@@ -7,10 +7,13 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/PD.h"
-#include "disk/disk_backend.h"
 #include "disk/enc_access.h"
 #include "disk/pd_fields.h"
+#include "disk/pd_hook.h"
 #include "disk/pd_store.h"
+#include "disk/pd_volume_repair.h"
+#include "disk/sr_raid_conf.h"
+#include "disk_sys/disk_backend.h"
 #include "enc_sys/enc_kind.h"
 #include "foundation/command_runner.h"
 #include "foundation/export.h"
@@ -28,13 +31,6 @@ bool keeps_default_queue(std::string_view enc) {
 }
 
 bool present(const char* s) { return s != nullptr && *s != '\0'; }
-
-// Lives here, beside the hot-plug entry point, so that every program that links the attach
-// path also wires the enclosure registry's disk scans to it.
-[[maybe_unused]] const bool link_installed = [] {
-  install_disk_registry_link();
-  return true;
-}();
 
 }  // namespace
 
@@ -61,7 +57,7 @@ int pd_attach_in(int enc_id, const char* enc_sys_id, const char* pd_sys_id, cons
     ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): System Error..\n", "pd_attach", __LINE__);
     return rc;
   }
-  rc = pd_sys_check_rw_access(enc_sys_id, pd_sys_id, &info);
+  rc = disk_backend().check_rw_access(enc_sys_id, pd_sys_id, &info);
   if (rc != 0) {
     if (rc == -1)
       ERR_TRACE(HAL_TRACE_ERROR,
@@ -83,7 +79,7 @@ int pd_attach_in(int enc_id, const char* enc_sys_id, const char* pd_sys_id, cons
   }
   // A disk the store had no room for is still usable; attach goes on without a record.
   if (!keeps_default_queue(enc_sys_id) && !sys_name.empty())
-    pd_sys_set_device_queue(sys_name.c_str());
+    disk_backend().set_device_queue(sys_name.c_str());
   char util[128];
   std::snprintf(util, sizeof util, "/sbin/storage_util --ironwolf_disk_info_init dev_id=%04x%04x",
                 static_cast<unsigned>(enc_id) & 0xffffu,

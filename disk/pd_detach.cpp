@@ -9,7 +9,9 @@
 #include "disk/disk_store.h"
 #include "disk/enc_access.h"
 #include "disk/pd_attach.h"
+#include "disk/pd_hook.h"
 #include "disk/pd_store.h"
+#include "disk/sr_raid_conf.h"
 #include "foundation/export.h"
 #include "ini/ini_store.h"
 

@@ -1,8 +1,5 @@
-// Device numbers and names: the kernel's block-device table under /sys (within the system
-// root) is the only source; nothing here opens a device node.
-#include <fcntl.h>
-#include <unistd.h>
-
+// Device numbers and names of registered disks: the kernel's block-device table (through
+// the disk back-end) names the device, the store says which disk it is.
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
@@ -11,62 +8,16 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/PD.h"
-#include "disk/disk_backend.h"
 #include "disk/disk_store.h"
 #include "disk/enc_access.h"
-#include "disk/pd_devno.h"
 #include "disk/pd_fields.h"
 #include "disk/pd_query.h"
 #include "disk/pd_wwn.h"
+#include "disk_sys/disk_backend.h"
 #include "enc_sys/enc_kind.h"
 #include "foundation/export.h"
-#include "foundation/sysfs.h"
-#include "foundation/text.h"
 
 namespace bayhal::disk {
-
-namespace {
-
-bool safe_name(std::string_view name) {
-  return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos;
-}
-
-}  // namespace
-
-std::string devname_from_uevent(std::string_view text) {
-  std::string dev;
-  for_each_line(text, [&](std::string_view line) {
-    if (!line.starts_with("DEVNAME=")) return true;
-    std::string_view name = line.substr(8);
-    if (safe_name(name)) dev = "/dev/" + std::string(name);
-    return false;
-  });
-  return dev;
-}
-
-// "/dev/<name>" of a device number, from the "DEVNAME=" line of its uevent.
-std::string name_of_dev_no(int major, int minor) {
-  if (major < 0 || minor < 0) return {};
-  char path[64];
-  std::snprintf(path, sizeof path, "/sys/dev/block/%d:%d/uevent", major, minor);
-  return devname_from_uevent(read_head(path, 4096).value_or(""));
-}
-
-// Device number of "/dev/sd*", "/dev/vd*" (virtio) or "/dev/xvd*" (Xen).
-bool dev_no_of_name(std::string_view name, int* major, int* minor) {
-  bool accepted = false;
-  for (std::string_view prefix : {"/dev/sd", "/dev/vd", "/dev/xvd"})
-    if (name.substr(0, prefix.size()) == prefix) accepted = true;
-  std::string_view base = name.substr(5);
-  if (!accepted || !safe_name(base)) return false;
-  std::string text = sysfs_read("/sys/class/block/" + std::string(base) + "/dev").value_or("");
-  int ma = -1;
-  int mi = -1;
-  if (std::sscanf(text.c_str(), "%d:%d", &ma, &mi) != 2 || ma < 0 || mi < 0) return false;
-  *major = ma;
-  *minor = mi;
-  return true;
-}
 
 // The registered disk with that device name: 0 with its address, or -1.
 int find_by_dev_name(std::string_view dev_name, int* enc_id, int* port_id) {
@@ -85,7 +36,7 @@ int find_by_dev_name(std::string_view dev_name, int* enc_id, int* port_id) {
 
 // The registered disk of a device number, read from the device itself.
 int device_info_by_dev_no(int major, int minor, PD_INFO* info, std::string* enc_sys_id) {
-  std::string name = name_of_dev_no(major, minor);
+  std::string name = disk_backend().dev_name(major, minor);
   int enc_id = -1;
   int port_id = -1;
   if (name.empty() || find_by_dev_name(name, &enc_id, &port_id) != 0) return -1;
@@ -114,7 +65,7 @@ int copy_out(const std::string& text, char* buf, int size) {
 BAYHAL_EXPORT int PD_Get_Sys_Name_By_Dev_No(int major, int minor, char* buf, int size) {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, major, minor);
   if (bayhal::disk::usable_buffer(buf, size)) buf[0] = '\0';
-  std::string name = bayhal::disk::name_of_dev_no(major, minor);
+  std::string name = bayhal::disk_backend().dev_name(major, minor);
   return name.empty() ? -1 : copy_out(name, buf, size);
 }
 
@@ -122,7 +73,7 @@ BAYHAL_EXPORT int PD_Get_Dev_No_By_Sys_Name(const char* sys_name, int* major, in
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%s).\n", __func__,
             sys_name != nullptr ? sys_name : "(null)");
   if (sys_name == nullptr || major == nullptr || minor == nullptr) return -1;
-  return bayhal::disk::dev_no_of_name(sys_name, major, minor) ? 0 : -1;
+  return bayhal::disk_backend().dev_no(sys_name, major, minor) ? 0 : -1;
 }
 
 BAYHAL_EXPORT int PD_Get_Dev_No_By_Id(int enc_id, int port_id, int* major, int* minor) {
@@ -130,13 +81,13 @@ BAYHAL_EXPORT int PD_Get_Dev_No_By_Id(int enc_id, int port_id, int* major, int* 
   char name[PD_NAME_LEN];
   if (major == nullptr || minor == nullptr || PD_Get_Sys_Name(enc_id, port_id, name, sizeof name) <= 0)
     return -1;
-  return bayhal::disk::dev_no_of_name(name, major, minor) ? 0 : -1;
+  return bayhal::disk_backend().dev_no(name, major, minor) ? 0 : -1;
 }
 
 BAYHAL_EXPORT int PD_Get_Id_By_Dev_No(int major, int minor, int* enc_id, int* port_id) {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, major, minor);
   if (enc_id == nullptr || port_id == nullptr) return -1;
-  std::string name = bayhal::disk::name_of_dev_no(major, minor);
+  std::string name = bayhal::disk_backend().dev_name(major, minor);
   return name.empty() ? -1 : bayhal::disk::find_by_dev_name(name, enc_id, port_id);
 }
 

@@ -6,10 +6,10 @@
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
 #include "bayhal/SE.h"
-#include "disk/disk_backend.h"
 #include "disk/disk_store.h"
 #include "disk/enc_access.h"
 #include "disk/pd_fields.h"
+#include "disk_sys/disk_backend.h"
 #include "ini/ini_store.h"
 #include "model/model_keys.h"
 

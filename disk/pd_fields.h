@@ -6,12 +6,11 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/text.h"
+
 namespace bayhal::disk {
 
-template <size_t N>
-std::string_view text_of(const char (&field)[N]) {
-  return {field, ::strnlen(field, N)};
-}
+using bayhal::text_of;
 
 template <size_t N>
 void set_text(char (&field)[N], std::string_view text) {

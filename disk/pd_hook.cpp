@@ -4,7 +4,7 @@
 #include <string>
 
 #include "bayhal/ERR_TRACE.h"
-#include "disk/pd_attach.h"
+#include "disk/pd_hook.h"
 #include "foundation/command_runner.h"
 #include "foundation/sysroot.h"
 

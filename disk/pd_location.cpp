@@ -3,10 +3,10 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/PD.h"
-#include "disk/disk_backend.h"
 #include "disk/disk_store.h"
 #include "disk/enc_access.h"
 #include "disk/pd_query.h"
+#include "disk_sys/disk_backend.h"
 #include "enc_sys/enc_kind.h"
 #include "foundation/export.h"
 #include "model/model_keys.h"

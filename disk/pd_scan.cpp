@@ -1,16 +1,12 @@
-// pd_scan: registers the disks of an enclosure as it is attached. Also the disk registry's
-// side of the enclosure registry's link (scan, disk removal, device ids), installed when
-// the library is loaded.
+// pd_scan: registers the disks of an enclosure as it is attached.
 #include <cstdlib>
 #include <string>
 
 #include "bayhal/ERR_TRACE.h"
-#include "bayhal/Ini_Conf.h"
-#include "disk/disk_backend.h"
 #include "disk/disk_store.h"
 #include "disk/enc_access.h"
 #include "disk/pd_attach.h"
-#include "enclosure/disk_registry_link.h"
+#include "disk_sys/disk_backend.h"
 #include "ini/ini_store.h"
 
 namespace bayhal {
@@ -26,28 +22,7 @@ std::string scan_enc_sys_id(int enc_id, const char* dir) {
   return disk::enc_sys_id_of(enc_id);
 }
 
-class DiskRegistry final : public DiskRegistryLink {
- public:
-  int scan(int enc_id, const char* dir) override { return pd_scan(enc_id, dir); }
-  int detach_by_dev_id(int enc_id, int dev_id) override {
-    return pd_detach_by_dev_id(enc_id, dev_id);
-  }
-  int dev_id_of_port(int enc_id, int port, int* dev_id) override {
-    if (dev_id == nullptr) return -1;
-    int v = 0;
-    std::string file = disk::store_file(enc_id);
-    std::string section = disk::physical_section(port);
-    if (Ini_Conf_Get_Field_Int(file.c_str(), section.c_str(), "port_id", &v, 0) <= 0) return -1;
-    *dev_id = v;
-    return 0;
-  }
-};
-
-DiskRegistry registry;
-
 }  // namespace
-
-void install_disk_registry_link() { set_disk_registry_link(&registry); }
 
 int pd_scan(int enc_id, const char* dir) {
   std::string enc_sys_id = scan_enc_sys_id(enc_id, dir);

@@ -6,10 +6,10 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/PD.h"
-#include "disk/disk_backend.h"
 #include "disk/disk_store.h"
 #include "disk/enc_access.h"
 #include "disk/pd_query.h"
+#include "disk_sys/disk_backend.h"
 #include "foundation/export.h"
 
 namespace bayhal::disk {

@@ -7,7 +7,7 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/PD.h"
-#include "disk/pd_attach.h"
+#include "disk/pd_volume_repair.h"
 #include "ini/ini_store.h"
 
 namespace bayhal {

@@ -9,8 +9,8 @@
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
 #include "disk/disk_store.h"
-#include "disk/pd_attach.h"
 #include "disk/pd_fields.h"
+#include "disk/sr_raid_conf.h"
 #include "ini/ini_store.h"
 
 namespace bayhal {

@@ -1,5 +1,5 @@
 // Disk discovery ("pd_sys_"): which disks an enclosure holds and what each one is. The disk
-// registry reaches these through disk/disk_backend.h. Results: 0 or a count on success, -1
+// registry reaches these through disk_sys/disk_backend.h. Results: 0 or a count on success, -1
 // on failure, -2 for a device that is not a disk to register.
 #pragma once
 #include <optional>
@@ -49,6 +49,15 @@ int pd_sys_get_sys_id_by_sys_name(const char* sys_name, char* sys_id, int size);
 
 // The boot device's disk name.
 int pd_sys_get_boot_disk(char* name, int size);
+
+// 0 when the disk answers I/O, -2 for a device that must not be registered (a bridge's
+// configuration unit), -1 otherwise. Waits up to three seconds on the clock seam.
+int pd_sys_check_rw_access(const char* enc_sys_id, const char* pd_sys_id, const PD_INFO* info);
+
+// Applies the configured max_sectors_kb limit to a block device ("/dev/sdb"). 0 or -1.
+int pd_sys_set_device_queue(const char* sys_name);
+// Sets the command-timeout latency (milliseconds) of a block device. 0 or -1.
+int pd_sys_set_io_latency(const char* sys_name, int latency_ms);
 
 // Sets or clears PD_CAP_SED from what the SED tool says of the disk's control device.
 int pd_sys_set_sed_capability(PD_INFO* info);

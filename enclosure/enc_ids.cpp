@@ -13,17 +13,14 @@
 #include "enclosure/enc_ids.h"
 #include "foundation/export.h"
 #include "foundation/sysroot.h"
+#include "foundation/text.h"
 #include "ini/ini_store.h"
 
 namespace bayhal {
 namespace {
 
-std::string_view sys_id_of(const SE_ENC_INFO& info) {
-  return {info.enc_sys_id, strnlen(info.enc_sys_id, sizeof info.enc_sys_id)};
-}
-
 std::string unique_id(const SE_ENC_INFO& info) {
-  const EncKindRow* kind = enc_kind_of(sys_id_of(info));
+  const EncKindRow* kind = enc_kind_of(text_of(info.enc_sys_id));
   if (kind != nullptr && kind->appliance)
     return std::string(info.enc_sys_id, strnlen(info.enc_sys_id, sizeof info.enc_sys_id));
   // Stored maps depend on this: any non-zero first byte means "hex of the first 8 bytes",
@@ -72,7 +69,7 @@ int se_lookup_id(const char* enc_sys_id) {
 
 int se_id_start_bit(const SE_ENC_INFO& info) {
   constexpr int kCacheIds = 23;
-  const EncKindRow* kind = enc_kind_of(sys_id_of(info));
+  const EncKindRow* kind = enc_kind_of(text_of(info.enc_sys_id));
   int first = kind != nullptr ? kind->first_id : -1;
   if (first == kCacheIds) return kCacheIds;
   if (info.capabilities & SE_CAP_INTERNAL) return 0;

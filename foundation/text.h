@@ -1,6 +1,7 @@
 // Text helpers every layer shares: one trim, one line splitter, one number parser.
 #pragma once
 #include <charconv>
+#include <cstring>
 #include <optional>
 #include <string_view>
 #include <type_traits>
@@ -41,6 +42,13 @@ void for_each_line(std::string_view text, Fn&& fn) {
 // The first line of `text`, without its '\n'.
 constexpr std::string_view first_line(std::string_view text) {
   return text.substr(0, text.find('\n'));
+}
+
+// The text of a fixed-size character field, which a device may have filled to the brim
+// without a terminator.
+template <size_t N>
+std::string_view text_of(const char (&field)[N]) {
+  return {field, ::strnlen(field, N)};
 }
 
 // An integer written in decimal, or in hexadecimal with "0x", optionally negative and

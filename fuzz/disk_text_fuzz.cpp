@@ -5,10 +5,10 @@
 #include <string_view>
 
 #include "disk/disk_blacklist.h"
-#include "disk/pd_devno.h"
 #include "disk/pd_record_io.h"
 #include "disk/pd_speed.h"
 #include "disk/store_text.h"
+#include "disk_sys/pd_sys_devno.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string_view text(reinterpret_cast<const char*>(data), size);
@@ -22,6 +22,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   store.for_each_section([&](std::string_view, std::string_view) { ++sections; });
   (void)bayhal::disk::blacklist_matches(text, "ATA", "WDC WD40EFRX");
   (void)bayhal::disk::speed_text(text.substr(0, 64));
-  (void)bayhal::disk::devname_from_uevent(text);
+  (void)bayhal::devname_from_uevent(text);
   return 0;
 }

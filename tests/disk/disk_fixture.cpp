@@ -5,6 +5,8 @@
 
 #include "bayhal/Ini_Conf.h"
 #include "disk/pd_fields.h"
+#include "disk_sys/pd_sys.h"
+#include "disk_sys/pd_sys_devno.h"
 
 namespace bayhal::test {
 
@@ -97,6 +99,24 @@ int FakeBackend::attached_to_sas_hba_directly(const char* bus_name) {
   auto it = behind_sas.find(bus_name);
   return it == behind_sas.end() ? -1 : 1 - it->second;
 }
+
+int FakeBackend::check_rw_access(const char* enc_sys_id, const char* pd_sys_id,
+                                 const PD_INFO* info) {
+  return pd_sys_check_rw_access(enc_sys_id, pd_sys_id, info);
+}
+int FakeBackend::set_device_queue(const char* sys_name) {
+  return pd_sys_set_device_queue(sys_name);
+}
+int FakeBackend::set_io_latency(const char* sys_name, int latency_ms) {
+  return pd_sys_set_io_latency(sys_name, latency_ms);
+}
+std::string FakeBackend::dev_name(int major, int minor) { return pd_sys_dev_name_of(major, minor); }
+bool FakeBackend::dev_no(std::string_view name, int* major, int* minor) {
+  return pd_sys_dev_no_of(name, major, minor);
+}
+std::vector<std::string> FakeBackend::block_devices() { return pd_sys_block_devices(); }
+bool FakeBackend::device_present(const char* dev) { return pd_sys_device_present(dev); }
+void FakeBackend::reload_usb_host() { pd_sys_reload_usb_host(); }
 
 int FakeBackend::sr_mode(int, int port_id) {
   auto it = sr_modes.find(port_id);

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "bayhal/PD.h"
-#include "disk/disk_backend.h"
+#include "disk_sys/disk_backend.h"
 #include "foundation/command_runner.h"
 #include "tests/support/sandbox_root.h"
 
@@ -46,6 +46,15 @@ class FakeBackend : public DiskBackend {
   int boot_disk(char* name, int size) override;
   int attached_behind_sas(const char* bus_name) override;
   int attached_to_sas_hba_directly(const char* bus_name) override;
+  // The device-level questions go to the sandbox's sysfs, as in production.
+  int check_rw_access(const char* enc_sys_id, const char* pd_sys_id, const PD_INFO* info) override;
+  int set_device_queue(const char* sys_name) override;
+  int set_io_latency(const char* sys_name, int latency_ms) override;
+  std::string dev_name(int major, int minor) override;
+  bool dev_no(std::string_view name, int* major, int* minor) override;
+  std::vector<std::string> block_devices() override;
+  bool device_present(const char* dev) override;
+  void reload_usb_host() override;
   int sr_mode(int enc_id, int port_id) override;
   int mvs_card_position(const char* enc_sys_id, int* pcie_slot, int* card_index) override;
   int hzr_card_description(int pcie_slot, HzrCardDescription* out) override;

@@ -4,14 +4,14 @@
 
 #include "bayhal/PD.h"
 #include "bayhal/SE.h"
-#include "disk/disk_backend.h"
-#include "transport/device_transport.h"
+#include "disk_sys/disk_backend.h"
 #include "enclosure/disk_registry_link.h"
 #include "foundation/clock.h"
 #include "sim/ata_disk_model.h"
 #include "sim/device_model.h"
 #include "sim/sysfs_builder.h"
 #include "tests/disk/disk_fixture.h"
+#include "transport/device_transport.h"
 
 namespace bayhal {
 namespace {

@@ -48,7 +48,7 @@ class FakeRunner : public CommandRunner {
 // Records what the enclosure code asks of the disk registry.
 class RecordingDiskLink : public DiskRegistryLink {
  public:
-  RecordingDiskLink() { set_disk_registry_link(this); }
+  RecordingDiskLink() : registry_(disk_registry_link()) { set_disk_registry_link(this); }
   ~RecordingDiskLink() override { set_disk_registry_link(nullptr); }
   int scan(int enc_id, const char* dir) override {
     scans.push_back(std::to_string(enc_id) + (dir ? std::string("@") + dir : ""));
@@ -59,9 +59,10 @@ class RecordingDiskLink : public DiskRegistryLink {
     if (on_detach) on_detach(enc_id, dev_id);
     return 0;
   }
+  // Ports without an entry in `dev_ids` get the disk registry's answer.
   int dev_id_of_port(int enc_id, int port, int* dev_id) override {
     auto it = dev_ids.find(port);
-    if (it == dev_ids.end()) return DiskRegistryLink::dev_id_of_port(enc_id, port, dev_id);
+    if (it == dev_ids.end()) return registry_.dev_id_of_port(enc_id, port, dev_id);
     *dev_id = it->second;
     return 0;
   }
@@ -70,6 +71,9 @@ class RecordingDiskLink : public DiskRegistryLink {
   std::vector<std::pair<int, int>> detaches;
   std::function<void(int, int)> on_detach;
   std::map<int, int> dev_ids;
+
+ private:
+  DiskRegistryLink& registry_;
 };
 
 // A board back-end that answers what a test sets and records what it was asked.

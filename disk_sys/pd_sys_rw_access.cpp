@@ -7,11 +7,11 @@
 #include <string_view>
 
 #include "bayhal/ERR_TRACE.h"
-#include "disk/pd_attach.h"
-#include "disk/pd_fields.h"
+#include "disk_sys/pd_sys.h"
 #include "enc_sys/enc_kind.h"
 #include "foundation/clock.h"
 #include "foundation/sysfs.h"
+#include "foundation/text.h"
 
 namespace bayhal {
 
@@ -48,7 +48,7 @@ std::optional<long> read_counter(const std::string& dir, const char* name) {
 // The device folder that holds the counters: through the disk's SCSI generic node, or its
 // block device when it has none.
 std::string counter_dir(const PD_INFO& info, std::string_view pd_sys_id) {
-  std::string_view ctrl = disk::text_of(info.pd_ctrl_name);
+  std::string_view ctrl = text_of(info.pd_ctrl_name);
   if (size_t slash = ctrl.rfind('/'); slash != std::string_view::npos) ctrl = ctrl.substr(slash + 1);
   if (!ctrl.empty() && ctrl.find("..") == std::string_view::npos)
     return "/sys/class/scsi_generic/" + std::string(ctrl) + "/device";
@@ -69,8 +69,8 @@ int pd_sys_check_rw_access(const char* enc_sys_id, const char* pd_sys_id, const 
     ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): System Error.\n", __func__, __LINE__);
     return -1;
   }
-  std::string_view vendor = disk::text_of(info->vendor);
-  std::string_view model = disk::text_of(info->model);
+  std::string_view vendor = text_of(info->vendor);
+  std::string_view model = text_of(info->model);
   if (starts_with(vendor, "ASMT") && info->capacity == 0) return -2;
   if (starts_with(vendor, "ASMT109x-") && starts_with(model, "Config")) {
     ERR_TRACE(HAL_TRACE_INFO, "%s(%d): enc_sys_id %.*s, pd_sys_id %.*s. vendor %.*s, model %.*s.\n",

@@ -1,7 +1,7 @@
 // The default backend: the discovery layer (pd_sys_*) and the kernel's device tree.
 // Questions that only a card or hardware-RAID back-end could answer get "not available"
 // (-1): this library has none.
-#include "disk/disk_backend.h"
+#include "disk_sys/disk_backend.h"
 
 #include <atomic>
 #include <cstring>
@@ -9,6 +9,7 @@
 #include <string>
 
 #include "disk_sys/pd_sys.h"
+#include "disk_sys/pd_sys_devno.h"
 #include "foundation/sysroot.h"
 
 namespace bayhal {
@@ -51,6 +52,20 @@ class DiscoveryBackend final : public DiskBackend {
                ? 1
                : 0;
   }
+  int check_rw_access(const char* enc_sys_id, const char* pd_sys_id, const PD_INFO* info) override {
+    return pd_sys_check_rw_access(enc_sys_id, pd_sys_id, info);
+  }
+  int set_device_queue(const char* sys_name) override { return pd_sys_set_device_queue(sys_name); }
+  int set_io_latency(const char* sys_name, int latency_ms) override {
+    return pd_sys_set_io_latency(sys_name, latency_ms);
+  }
+  std::string dev_name(int major, int minor) override { return pd_sys_dev_name_of(major, minor); }
+  bool dev_no(std::string_view name, int* major, int* minor) override {
+    return pd_sys_dev_no_of(name, major, minor);
+  }
+  std::vector<std::string> block_devices() override { return pd_sys_block_devices(); }
+  bool device_present(const char* dev) override { return pd_sys_device_present(dev); }
+  void reload_usb_host() override { pd_sys_reload_usb_host(); }
   int sr_mode(int, int) override { return -1; }
   int mvs_card_position(const char*, int*, int*) override { return -1; }
   int hzr_card_description(int, HzrCardDescription*) override { return -1; }

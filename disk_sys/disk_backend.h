@@ -1,8 +1,10 @@
-// What the disk registry asks the discovery layer and the card back-ends. The registry
-// reaches them only through this interface, so its tests install a double and run without
-// any device tree; production uses the discovery layer (pd_sys_*).
+// What the disk registry asks of the hardware: the discovery layer, the kernel's block
+// devices and the card back-ends. The registry reaches hardware only through this
+// interface (it is store and policy), so its tests install a double and run without any
+// device tree; production uses the discovery layer (pd_sys_*).
 #pragma once
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -35,6 +37,24 @@ class DiskBackend {
   // 0 when not, -1 when unknown.
   virtual int attached_behind_sas(const char* bus_name) = 0;
   virtual int attached_to_sas_hba_directly(const char* bus_name) = 0;
+
+  // 0 when the disk answers I/O, -2 for a device not to register, -1 otherwise
+  // (pd_sys_check_rw_access).
+  virtual int check_rw_access(const char* enc_sys_id, const char* pd_sys_id,
+                              const PD_INFO* info) = 0;
+  // The configured request size limit and the command-timeout latency of a block device
+  // ("/dev/sdb"): 0 or -1.
+  virtual int set_device_queue(const char* sys_name) = 0;
+  virtual int set_io_latency(const char* sys_name, int latency_ms) = 0;
+
+  // The kernel's block devices: "/dev/<name>" of a device number (empty when none), the
+  // number of a "/dev/sd*"-like name, the disks in /sys/block, whether a node exists.
+  virtual std::string dev_name(int major, int minor) = 0;
+  virtual bool dev_no(std::string_view name, int* major, int* minor) = 0;
+  virtual std::vector<std::string> block_devices() = 0;
+  virtual bool device_present(const char* dev) = 0;
+  // Reloads the USB host driver (a boot stick that dropped off the bus comes back).
+  virtual void reload_usb_host() = 0;
 
   // Hardware-RAID mode of a disk (PD_Get_SR_Mode); -1 when the disk has none.
   virtual int sr_mode(int enc_id, int port_id) = 0;

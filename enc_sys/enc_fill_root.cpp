@@ -3,10 +3,11 @@
 #include <string>
 
 #include "bayhal/ERR_TRACE.h"
+#include "board/board_services.h"
 #include "enc_sys/enc_fill.h"
 #include "enc_sys/enc_kind.h"
-#include "enclosure/backend_ops.h"
 #include "enclosure/enc_conf.h"
+#include "ext_enclosure/ses_services.h"
 #include "ini/ini_store.h"
 #include "model/model_conf.h"
 #include "model/model_keys.h"
@@ -56,15 +57,14 @@ void fill_regions(SE_ENC_INFO* info) {
 
 // A SAS-attached appliance is also reached through its own SES device.
 void fill_sas_attached(SE_ENC_INFO* info) {
-  BackendOps& ops = backend_ops();
-  if (ops.se_sys_get_real_enc_sys_id(enc_kind_name(EncKind::kRoot), info->real_sys_id, sizeof info->real_sys_id) < 0)
+  if (ses_services().se_sys_get_real_enc_sys_id(enc_kind_name(EncKind::kRoot), info->real_sys_id, sizeof info->real_sys_id) < 0)
     std::memset(info->real_sys_id, 0, sizeof info->real_sys_id);
-  if (ops.pd_sys_get_bsg_name_by_sg(info->real_sys_id, info->bsg_name, sizeof info->bsg_name) < 0)
+  if (ses_services().pd_sys_get_bsg_name_by_sg(info->real_sys_id, info->bsg_name, sizeof info->bsg_name) < 0)
     std::memset(info->bsg_name, 0, sizeof info->bsg_name);
   std::memcpy(info->saved_real_sys_id, info->real_sys_id, sizeof info->real_sys_id);
   std::memcpy(info->saved_bsg_name, info->bsg_name, sizeof info->bsg_name);
   uint64_t address = 0;
-  if (ops.se_sys_get_root_sas_address(info->real_sys_id, &address) == 0 && address != 0) {
+  if (ses_services().se_sys_get_root_sas_address(info->real_sys_id, &address) == 0 && address != 0) {
     std::snprintf(info->wwn, sizeof info->wwn, "%llx", static_cast<unsigned long long>(address));
     info->sas_address = address;
   }
@@ -90,7 +90,7 @@ int root_getinfo(const char* /*enc_sys_id*/, SE_ENC_INFO* info) {
   fill_regions(info);
   if (info->capabilities & SE_CAP_SAS_ATTACHED) fill_sas_attached(info);
   if ((info->capabilities & (SE_CAP_MCU | SE_CAP_PIC)) == 0 &&
-      backend_ops().se_sys_get_board_sn(info->serial, sizeof info->serial) < 0)
+      board_services().se_sys_get_board_sn(info->serial, sizeof info->serial) < 0)
     std::memset(info->serial, 0, sizeof info->serial);
   return 0;
 }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "bayhal/ERR_TRACE.h"
+#include "board/board_services.h"
 #include "enc_sys/enc_discovery.h"
 #include "enc_sys/enc_fill.h"
 #include "enc_sys/enc_kind.h"
@@ -13,8 +14,9 @@
 #include "enc_sys/pcie_slots.h"
 #include "enc_sys/private_backends.h"
 #include "enc_sys/sas_expander.h"
-#include "enclosure/backend_ops.h"
 #include "enclosure/enc_conf.h"
+#include "foundation/pending.h"
+#include "mcu/mcu_services.h"
 
 namespace bayhal {
 namespace {
@@ -44,23 +46,23 @@ void refresh_serial(SE_ENC_INFO* info) {
   char serial[sizeof info->serial] = {};
   int rc = -1;
   if (enc_is(info->enc_sys_id, EncKind::kRoot))
-    rc = backend_ops().se_sys_get_board_sn(serial, sizeof serial);
+    rc = board_services().se_sys_get_board_sn(serial, sizeof serial);
   else if (info->protocol == SE_PROTOCOL_USB)
-    rc = backend_ops().se_sys_get_enc_sn(info->enc_sys_id, serial, sizeof serial);
+    rc = mcu_services().se_sys_get_enc_sn(info->enc_sys_id, serial, sizeof serial);
   if (rc >= 0 && serial[0] != '\0') std::memcpy(info->serial, serial, sizeof serial);
 }
 
 int start_monitors(SE_ENC_INFO* info) {
   int flag = (info->capabilities & SE_CAP_MONITOR_ARG) ? 1 : 0;
   if (info->capabilities & SE_CAP_PIC) {
-    if (backend_ops().pic_sys_start_monitor(info->enc_sys_id, flag) < 0) return -1;
+    if (mcu_services().pic_sys_start_monitor(info->enc_sys_id, flag) < 0) return -1;
     refresh_serial(info);
     if (starts_with(info->model, "MV-") && info->revision[0] == '\0' &&
-        backend_ops().se_sys_get_mv_fw_version(info->enc_sys_id, info->revision, 16 + 1) < 0)
+        mcu_services().se_sys_get_mv_fw_version(info->enc_sys_id, info->revision, 16 + 1) < 0)
       ERR_TRACE(HAL_TRACE_ERROR, "%s(%d):Fail to get MV f/w version info.\n", __func__, __LINE__);
   }
   if (info->capabilities & SE_CAP_MCU) {
-    if (backend_ops().mcu_sys_start_monitor(info->enc_sys_id, flag) < 0) return -1;
+    if (mcu_services().mcu_sys_start_monitor(info->enc_sys_id, flag) < 0) return -1;
     refresh_serial(info);
   }
   return 0;
@@ -79,9 +81,7 @@ int se_sys_getinfo(const char* enc_sys_id, SE_ENC_INFO* info) {
   const EncKindRow* kind = enc_kind_present(enc_sys_id);
   Filler fill = kind != nullptr ? filler_of(kind->kind) : nullptr;
   if (fill == nullptr) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): enc_sys_id = %s not implement.\n", __func__, __LINE__,
-              enc_sys_id);
-    return -1;
+    return not_implemented(__func__, __LINE__, enc_sys_id);
   }
   int ret = fill(enc_sys_id, info);
   if (ret < 0) return ret;

@@ -3,22 +3,11 @@
 #include <cctype>
 #include <cstring>
 
-#include "bayhal/ERR_TRACE.h"
 #include "enc_sys/enc_kind.h"
 #include "enclosure/enc_conf.h"
+#include "foundation/pending.h"
 
 namespace bayhal {
-namespace detail {
-
-int not_supported(const char* op, const char* enc_sys_id) {
-  ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): enc_sys_id = %s not implement.\n", op, __LINE__,
-            enc_sys_id != nullptr ? enc_sys_id : "");
-  return -1;
-}
-
-}  // namespace detail
-
-using detail::not_supported;
 
 int mvs_validate_enc_sys_id(const char* enc_sys_id) {
   if (enc_sys_id == nullptr || !enc_is(enc_sys_id, EncKind::kMvs)) return -1;
@@ -39,16 +28,16 @@ int mvs_enclosure_enumerate(char** /*names*/, int /*capacity*/, int /*hzr_index*
 int se_sys_find_hzr_by_pcie_slot(int /*slot*/, char* /*hzr_sys_id*/, int /*size*/) { return -1; }
 
 int px_sys_getinfo(const char* enc_sys_id, SE_ENC_INFO* /*info*/) {
-  return not_supported(__func__, enc_sys_id);
+  return not_implemented(__func__, __LINE__, enc_sys_id);
 }
 int zmc_sys_getinfo(const char* enc_sys_id, SE_ENC_INFO* /*info*/) {
-  return not_supported(__func__, enc_sys_id);
+  return not_implemented(__func__, __LINE__, enc_sys_id);
 }
 int hzr_sys_getinfo(const char* enc_sys_id, SE_ENC_INFO* /*info*/) {
-  return not_supported(__func__, enc_sys_id);
+  return not_implemented(__func__, __LINE__, enc_sys_id);
 }
 int mvs_sys_getinfo(const char* enc_sys_id, SE_ENC_INFO* /*info*/) {
-  return not_supported(__func__, enc_sys_id);
+  return not_implemented(__func__, __LINE__, enc_sys_id);
 }
 
 }  // namespace bayhal
@@ -57,7 +46,7 @@ namespace bayhal {
 
 int se_sys_scan_ext_port(const char* hzr_sys_id, int* /*enc_ids*/, int* /*enc_ports*/,
                          int /*max_ports*/) {
-  return not_supported(__func__, hzr_sys_id);
+  return not_implemented(__func__, __LINE__, hzr_sys_id);
 }
 
 }  // namespace bayhal

@@ -4,16 +4,17 @@
 #include <string>
 
 #include "bayhal/ERR_TRACE.h"
-#include "enclosure/backend_ops.h"
+#include "board/board_services.h"
+#include "enc_sys/enc_discovery.h"
 #include "enclosure/disk_registry_link.h"
 #include "enclosure/enc_attach.h"
 #include "enclosure/enc_conf.h"
-#include "enc_sys/enc_discovery.h"
 #include "enclosure/enc_hzr.h"
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_store.h"
 #include "foundation/command_runner.h"
 #include "foundation/export.h"
+#include "mcu/mcu_services.h"
 
 namespace bayhal {
 namespace {
@@ -57,7 +58,7 @@ int attach_typed(const std::string& full) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): System Internal Error!\n", "se_attach", __LINE__);
     return -1;
   }
-  backend_ops().pic_sys_get_info_early(base.c_str());
+  mcu_services().pic_sys_get_info_early(base.c_str());
   enc_id = se_lookup_id_in_persistent_mapping(&info);
   if (enc_id < 0) se_get_id(base.c_str(), &enc_id, &info);
   if (se_write_conf(enc_id, &info) == 0)
@@ -73,7 +74,7 @@ int attach_typed(const std::string& full) {
 
 void after_write(const SE_ENC_INFO& info, int enc_id) {
   if (info.protocol == SE_PROTOCOL_SAS || info.protocol == SE_PROTOCOL_TBT)
-    backend_ops().se_sys_set_7_segment_led(info.enc_sys_id, enc_id);
+    board_services().se_sys_set_7_segment_led(info.enc_sys_id, enc_id);
   if (info.protocol == SE_PROTOCOL_MVS) hzr_link_all_ext_ports();
 }
 
@@ -98,8 +99,8 @@ int attach(const char* enc_sys_id, int notify, const char* dir, int depth) {
     after_write(info, enc_id);
   }
   if (enc_id == 0) {
-    backend_ops().prt_scan();
-    backend_ops().fc_scan();
+    board_services().prt_scan();
+    board_services().fc_scan();
   }
   ERR_TRACE(HAL_TRACE_ENTRY, "%s(%s) with enc_id = %d leave.\n", "se_attach", enc_sys_id, enc_id);
   return ret;

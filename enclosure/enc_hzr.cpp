@@ -6,10 +6,10 @@
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
 #include "enc_sys/private_backends.h"
-#include "enclosure/backend_ops.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_store.h"
 #include "foundation/text.h"
+#include "mcu/mcu_services.h"
 #include "model/model_keys.h"
 
 namespace bayhal {
@@ -30,7 +30,7 @@ void push_host_name(int jbod_id) {
   if (se_lookup_sys_id(jbod_id, sys_id, sizeof sys_id) < 0) return;
   std::string name = conf_get_text(kSysdefConf, "System", "Server Name").value_or("");
   name = std::string(first_line(name));
-  if (backend_ops().se_sys_set_host_name(sys_id, name.c_str(), static_cast<int>(name.size())) < 0)
+  if (mcu_services().se_sys_set_host_name(sys_id, name.c_str(), static_cast<int>(name.size())) < 0)
     ERR_TRACE(HAL_TRACE_ERROR, "%s: fail to set hostname %s to %s!\n", __func__, name.c_str(),
               sys_id);
 }

@@ -9,12 +9,12 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
-#include "enclosure/backend_ops.h"
+#include "board/board_services.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_store.h"
 #include "foundation/err_trace.h"
-#include "ini/ini_conf_util.h"
 #include "foundation/sysroot.h"
+#include "ini/ini_conf_util.h"
 #include "ini/ini_file.h"
 #include "ini/ini_text.h"
 #include "ini/key_index.h"
@@ -122,7 +122,7 @@ void read_conn_status(std::string_view text, SE_ENC_INFO* info) {
 void fill_px_revision(int enc_id, SE_ENC_INFO* info) {
   if (info->revision[0] != '\0') return;
   char rev[sizeof info->revision] = {};
-  if (backend_ops().px_get_fw_version(info->enc_sys_id, rev, sizeof rev) < 0 || rev[0] == '\0')
+  if (board_services().px_get_fw_version(info->enc_sys_id, rev, sizeof rev) < 0 || rev[0] == '\0')
     return;
   std::memcpy(info->revision, rev, sizeof rev);
   info->revision[16] = '\0';

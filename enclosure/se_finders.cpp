@@ -7,12 +7,13 @@
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
 #include "bayhal/SE.h"
+#include "board/board_services.h"
 #include "enc_sys/enc_kind.h"
-#include "enclosure/backend_ops.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_list.h"
 #include "enclosure/enc_store.h"
+#include "ext_enclosure/ses_services.h"
 #include "foundation/export.h"
 
 using namespace bayhal;
@@ -119,14 +120,14 @@ BAYHAL_EXPORT int SE_Get_Log_Name(int enc_id, char* buf, int size) {
   bool registered = sys_id[0] != '\0';
   if (SE_Is_ZMC_JBOD(enc_id) || SE_Get_Protocol(enc_id) == SE_PROTOCOL_HZR) {
     int slot = 0;
-    backend_ops().hal_mb_get_pcie_slot_num(sys_id, &slot);
+    board_services().hal_mb_get_pcie_slot_num(sys_id, &slot);
     name = "ZMC (PCIe" + std::to_string(slot) + ")";
   } else if (enc_is(sys_id, EncKind::kUsbPorts)) {
     name = "USB";
   } else if (SE_Is_External_JBOD(enc_id)) {
     char px[64] = {};
     char mapped[SE_DISPLAY_NAME_SIZE] = {};
-    if (backend_ops().se_sys_px_get_display_name(sys_id, px, sizeof px) == 0 && px[0] != '\0')
+    if (board_services().se_sys_px_get_display_name(sys_id, px, sizeof px) == 0 && px[0] != '\0')
       name = px;
     else if (SE_Enc_Map_Get_Enc_Name(enc_id, mapped, sizeof mapped) == 0 && mapped[0] != '\0')
       name = mapped;
@@ -162,7 +163,7 @@ int se_reboot_sas_enclosure(int enc_id, void*) {
   if ((cap & SE_CAP_SAS_ATTACHED) == 0 && SE_Get_Protocol(enc_id) != SE_PROTOCOL_SAS) return 0;
   char sys_id[32];
   if (se_lookup_sys_id(enc_id, sys_id, sizeof sys_id) < 0) return 0;
-  int ret = backend_ops().se_sys_set_reboot(sys_id);
+  int ret = ses_services().se_sys_set_reboot(sys_id);
   ERR_TRACE(HAL_TRACE_INFO, "%s: reboot SAS enclosure %d, ret = %d.\n", __func__, enc_id, ret);
   return ret < 0 ? -2 : 0;
 }

@@ -5,7 +5,7 @@
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
 #include "bayhal/SE.h"
-#include "enclosure/backend_ops.h"
+#include "board/board_services.h"
 #include "enclosure/disk_registry_link.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_ids.h"
@@ -112,7 +112,7 @@ BAYHAL_EXPORT int SE_Get_Serial_No(int enc_id, char* buf, int size) {
   auto s = ini::read_section(kHalConf, enc_section(enc_id));
   if (!s || s->find("enc_id") == nullptr) return -1;
   if (s->get_text("serial", buf, static_cast<size_t>(size))) return 0;
-  return backend_ops().se_sys_get_board_sn(buf, size);
+  return board_services().se_sys_get_board_sn(buf, size);
 }
 
 // The appliance's serial also lives on its board; other units keep it only in the store.
@@ -120,7 +120,7 @@ BAYHAL_EXPORT int SE_Set_Serial_No(int enc_id, const char* serial) {
   entry(__func__, enc_id);
   if (serial == nullptr || enc_get_int(enc_id, "enc_id") == std::nullopt) return -1;
   if (Ini_Conf_Set_Field(kHalConf, enc_section(enc_id).c_str(), "serial", serial) <= 0) return -1;
-  if (enc_id == 0 && backend_ops().se_sys_set_board_sn(serial) < 0) return -1;
+  if (enc_id == 0 && board_services().se_sys_set_board_sn(serial) < 0) return -1;
   return 0;
 }
 

@@ -3,7 +3,7 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/SE.h"
-#include "enclosure/backend_ops.h"
+#include "board/board_services.h"
 #include "enclosure/enc_conf.h"
 #include "foundation/export.h"
 #include "ini/ini_store.h"
@@ -58,21 +58,21 @@ BAYHAL_EXPORT int SE_Get_FAN_Region_Name(int enc_id, int region, char* name, int
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, region);
   if (enc_id != 0 || name == nullptr || size < 1) return -1;
   int type = 0;
-  return backend_ops().se_sys_get_fan_region_name_id(region, name, size, &type);
+  return board_services().se_sys_get_fan_region_name_id(region, name, size, &type);
 }
 
 BAYHAL_EXPORT int SE_Get_FAN_Region_Type(int enc_id, int region, int* type) {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, region);
   if (enc_id != 0 || type == nullptr) return -1;
   char name[64];
-  return backend_ops().se_sys_get_fan_region_name_id(region, name, sizeof name, type);
+  return board_services().se_sys_get_fan_region_name_id(region, name, sizeof name, type);
 }
 
 BAYHAL_EXPORT int SE_Get_Temp_Region_Num(int enc_id) {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   if (enc_id != 0) return 0;
   int count = 0;
-  return backend_ops().hal_mb_is_temp_region_support(&count) == 1 ? count : 0;
+  return board_services().hal_mb_is_temp_region_support(&count) == 1 ? count : 0;
 }
 
 BAYHAL_EXPORT int SE_Get_Temp_Region_Enum(int enc_id, int* regions, int* count) {
@@ -113,7 +113,7 @@ BAYHAL_EXPORT int SE_Set_FAN_Region_Stepping(int enc_id, int region, int percent
     return -1;
   }
   int min_pwm = 0, max_pwm = 0;
-  if (backend_ops().se_sys_get_fan_pwm_min_max(region, &min_pwm, &max_pwm) < 0) {
+  if (board_services().se_sys_get_fan_pwm_min_max(region, &min_pwm, &max_pwm) < 0) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): Fail to obtain the min-max pwm.\n", __func__, __LINE__);
     return -1;
   }
@@ -123,5 +123,5 @@ BAYHAL_EXPORT int SE_Set_FAN_Region_Stepping(int enc_id, int region, int percent
     return -1;
   }
   int pwm = min_pwm + percent * (max_pwm - min_pwm) / 100;
-  return backend_ops().hm_set_fan_speed_by_pwm(0, kRegionFirstFan[region], pwm);
+  return board_services().hm_set_fan_speed_by_pwm(0, kRegionFirstFan[region], pwm);
 }

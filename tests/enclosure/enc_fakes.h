@@ -7,9 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "enclosure/backend_ops.h"
+#include "board/board_services.h"
 #include "enclosure/disk_registry_link.h"
+#include "ext_enclosure/ses_services.h"
 #include "foundation/command_runner.h"
+#include "mcu/mcu_services.h"
 
 namespace bayhal::test {
 
@@ -76,11 +78,11 @@ class RecordingDiskLink : public DiskRegistryLink {
   DiskRegistryLink& registry_;
 };
 
-// A board back-end that answers what a test sets and records what it was asked.
-class FakeBackend : public BackendOps {
+// The board, microcontroller and SES back-ends in one double that answers what a test sets
+// and records what it was asked.
+class FakeBackend : public BoardServices, public McuServices, public SesServices {
  public:
-  FakeBackend() { set_backend_ops(this); }
-  ~FakeBackend() override { set_backend_ops(nullptr); }
+  FakeBackend() : board_(*this), mcu_(*this), ses_(*this) {}
 
   int pic_sys_start_monitor(const char* id, int flag) override {
     calls.push_back("pic_start " + std::string(id) + " " + std::to_string(flag));
@@ -146,6 +148,11 @@ class FakeBackend : public BackendOps {
   int pwm_min = 0, pwm_max = 255, pwm_result = 0;
   int reboot_result = 0;
   int temp_regions = 0;
+
+ private:
+  ScopedBoardServices board_;
+  ScopedMcuServices mcu_;
+  ScopedSesServices ses_;
 };
 
 }  // namespace bayhal::test

@@ -311,8 +311,8 @@ TEST_F(SeQueryTest, ForwardersResolveTheIdentityAndPassArgumentsAndResults) {
   populate();
   Ini_Conf_Set_Field(kHalConf, "Enclosure_36", "bsg_name", "expander-2:0");
   // Pending back-end: -1 and the "not implement" trace naming the operation.
-  EXPECT_EQ(SE_Set_Buzzer(0, 3), -1);
-  EXPECT_NE(trace_log(root).find("se_sys_set_buzzer("), std::string::npos);
+  EXPECT_EQ(SE_Send_Heartbeat(0), -1);
+  EXPECT_NE(trace_log(root).find("se_sys_send_heartbeat("), std::string::npos);
   EXPECT_NE(trace_log(root).find("enc_sys_id = root not implement."), std::string::npos);
   EXPECT_EQ(SE_Discover_Exp(), -1);
   FakeBackend backend;

@@ -6,6 +6,7 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/PD.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "foundation/sysfs.h"
 #include "foundation/text.h"
@@ -56,19 +57,19 @@ bool is_blacklisted(const char* list_file, const char* vendor, const char* model
 
 }  // namespace bayhal::disk
 
-BAYHAL_EXPORT int Disk_Is_WWN_Blacklisted(const char* vendor, const char* model) {
+BAYHAL_EXPORT int Disk_Is_WWN_Blacklisted(const char* vendor, const char* model) try {
   if (model == nullptr) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: model is null!\n", __func__);
     return 0;
   }
   return bayhal::disk::is_blacklisted(bayhal::disk::kWwnBlacklistFile, vendor, model) ? 1 : 0;
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int Disk_Is_SelfTest_Blacklisted(const char* vendor, const char* model) {
+BAYHAL_EXPORT int Disk_Is_SelfTest_Blacklisted(const char* vendor, const char* model) try {
   if (model == nullptr) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: model is null!\n", __func__);
     return 0;
   }
   return bayhal::disk::is_blacklisted(bayhal::disk::kSelfTestBlacklistFile, vendor, model) ? 1
                                                                                           : 0;
-}
+} BAYHAL_C_BOUNDARY(0)

@@ -16,6 +16,7 @@
 #include "disk_sys/disk_backend.h"
 #include "enc_sys/enc_kind.h"
 #include "foundation/command_runner.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 
 namespace bayhal {
@@ -93,7 +94,7 @@ int pd_attach_in(int enc_id, const char* enc_sys_id, const char* pd_sys_id, cons
 
 }  // namespace bayhal
 
-BAYHAL_EXPORT int PD_Sys_Attach(const char* enc_sys_id, const char* pd_sys_id) {
+BAYHAL_EXPORT int PD_Sys_Attach(const char* enc_sys_id, const char* pd_sys_id) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with enc_sys_id(%s), pd_sys_id(%s).\n", __func__,
             enc_sys_id != nullptr ? enc_sys_id : "(null)",
             pd_sys_id != nullptr ? pd_sys_id : "(null)");
@@ -109,4 +110,4 @@ BAYHAL_EXPORT int PD_Sys_Attach(const char* enc_sys_id, const char* pd_sys_id) {
             "%s(%d):enc_sys_id = %s, pd_sys_id = %s attach, run udev cmd = \"%s\"\n", __func__,
             __LINE__, enc_sys_id, pd_sys_id, line);
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)

@@ -11,6 +11,7 @@
 #include "disk/disk_store.h"
 #include "disk/pd_query.h"
 #include "disk_sys/disk_backend.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 
 namespace {
@@ -33,7 +34,7 @@ int with_partition_separator(char* buf, int size) {
 
 }  // namespace
 
-BAYHAL_EXPORT int PD_Get_Boot_Disk(char* buf, int size) {
+BAYHAL_EXPORT int PD_Get_Boot_Disk(char* buf, int size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called.\n", __func__);
   if (!bayhal::disk::usable_buffer(buf, size)) return -1;
   if (boot_name(buf, size) <= 0) return -1;
@@ -42,16 +43,16 @@ BAYHAL_EXPORT int PD_Get_Boot_Disk(char* buf, int size) {
     if (boot_name(buf, size) <= 0) return -1;
   }
   return with_partition_separator(buf, size);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Get_Boot_Disk_At_Startup(char* buf, int size) {
+BAYHAL_EXPORT int PD_Get_Boot_Disk_At_Startup(char* buf, int size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called.\n", __func__);
   if (!bayhal::disk::usable_buffer(buf, size)) return -1;
   buf[0] = '\0';
   return bayhal::disk_backend().boot_disk(buf, size) == 0 ? 0 : -1;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Boot_Enumerate(char** names, int max) {
+BAYHAL_EXPORT int PD_Boot_Enumerate(char** names, int max) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%p, %d).\n", __func__,
             static_cast<void*>(names), max);
   if (names == nullptr || max < 0) return -1;
@@ -64,4 +65,4 @@ BAYHAL_EXPORT int PD_Boot_Enumerate(char** names, int max) {
     ++count;
   }
   return count;
-}
+} BAYHAL_C_BOUNDARY(-1)

@@ -12,6 +12,7 @@
 #include "disk/pd_hook.h"
 #include "disk/pd_store.h"
 #include "disk/sr_raid_conf.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "ini/ini_store.h"
 
@@ -82,10 +83,10 @@ int pd_detach(const char* enc_sys_id, const char* pd_sys_id) {
 
 }  // namespace bayhal
 
-BAYHAL_EXPORT int PD_Sys_Detach(const char* enc_sys_id, const char* pd_sys_id) {
+BAYHAL_EXPORT int PD_Sys_Detach(const char* enc_sys_id, const char* pd_sys_id) try {
   ERR_TRACE(HAL_TRACE_INFO, "%s(%d):enc_sys_id = %s,pd_sys_id = %s\n", __func__, __LINE__,
             enc_sys_id != nullptr ? enc_sys_id : "(null)",
             pd_sys_id != nullptr ? pd_sys_id : "(null)");
   int rc = bayhal::pd_detach(enc_sys_id, pd_sys_id);
   return rc >= 0 ? 0 : rc;
-}
+} BAYHAL_C_BOUNDARY(-1)

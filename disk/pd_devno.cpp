@@ -15,6 +15,7 @@
 #include "disk/pd_wwn.h"
 #include "disk_sys/disk_backend.h"
 #include "enc_sys/enc_kind.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 
 namespace bayhal::disk {
@@ -62,51 +63,51 @@ int copy_out(const std::string& text, char* buf, int size) {
 
 }  // namespace
 
-BAYHAL_EXPORT int PD_Get_Sys_Name_By_Dev_No(int major, int minor, char* buf, int size) {
+BAYHAL_EXPORT int PD_Get_Sys_Name_By_Dev_No(int major, int minor, char* buf, int size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, major, minor);
   if (bayhal::disk::usable_buffer(buf, size)) buf[0] = '\0';
   std::string name = bayhal::disk_backend().dev_name(major, minor);
   return name.empty() ? -1 : copy_out(name, buf, size);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Get_Dev_No_By_Sys_Name(const char* sys_name, int* major, int* minor) {
+BAYHAL_EXPORT int PD_Get_Dev_No_By_Sys_Name(const char* sys_name, int* major, int* minor) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%s).\n", __func__,
             sys_name != nullptr ? sys_name : "(null)");
   if (sys_name == nullptr || major == nullptr || minor == nullptr) return -1;
   return bayhal::disk_backend().dev_no(sys_name, major, minor) ? 0 : -1;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Get_Dev_No_By_Id(int enc_id, int port_id, int* major, int* minor) {
+BAYHAL_EXPORT int PD_Get_Dev_No_By_Id(int enc_id, int port_id, int* major, int* minor) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, port_id);
   char name[PD_NAME_LEN];
   if (major == nullptr || minor == nullptr || PD_Get_Sys_Name(enc_id, port_id, name, sizeof name) <= 0)
     return -1;
   return bayhal::disk_backend().dev_no(name, major, minor) ? 0 : -1;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Get_Id_By_Dev_No(int major, int minor, int* enc_id, int* port_id) {
+BAYHAL_EXPORT int PD_Get_Id_By_Dev_No(int major, int minor, int* enc_id, int* port_id) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, major, minor);
   if (enc_id == nullptr || port_id == nullptr) return -1;
   std::string name = bayhal::disk_backend().dev_name(major, minor);
   return name.empty() ? -1 : bayhal::disk::find_by_dev_name(name, enc_id, port_id);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Get_Serial_No_By_Dev_No(int major, int minor, char* buf, int size) {
+BAYHAL_EXPORT int PD_Get_Serial_No_By_Dev_No(int major, int minor, char* buf, int size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, major, minor);
   if (bayhal::disk::usable_buffer(buf, size)) buf[0] = '\0';
   PD_INFO info{};
   if (bayhal::disk::device_info_by_dev_no(major, minor, &info, nullptr) != 0) return -1;
   return copy_out(std::string(bayhal::disk::text_of(info.serial_no)), buf, size);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Get_WWN_By_Dev_No(int major, int minor, char* buf, int size) {
+BAYHAL_EXPORT int PD_Get_WWN_By_Dev_No(int major, int minor, char* buf, int size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, major, minor);
   if (bayhal::disk::usable_buffer(buf, size)) buf[0] = '\0';
   PD_INFO info{};
   if (bayhal::disk::device_info_by_dev_no(major, minor, &info, nullptr) != 0) return -1;
   std::string wwn = bayhal::disk::pd_real_wwn(info);
   return wwn.empty() ? -1 : copy_out(wwn, buf, size);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
 namespace {
 
@@ -121,14 +122,14 @@ int enc_of_dev_no_is(int major, int minor, std::initializer_list<bayhal::EncKind
 
 }  // namespace
 
-BAYHAL_EXPORT int PD_Is_In_Root_By_Dev_No(int major, int minor) {
+BAYHAL_EXPORT int PD_Is_In_Root_By_Dev_No(int major, int minor) try {
   return enc_of_dev_no_is(major, minor, {bayhal::EncKind::kRoot});
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int PD_Is_In_Root_Cache_By_Dev_No(int major, int minor) {
+BAYHAL_EXPORT int PD_Is_In_Root_Cache_By_Dev_No(int major, int minor) try {
   return enc_of_dev_no_is(major, minor, {bayhal::EncKind::kCache});
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int PD_Is_In_Root_PCIe_By_Dev_No(int major, int minor) {
+BAYHAL_EXPORT int PD_Is_In_Root_PCIe_By_Dev_No(int major, int minor) try {
   return enc_of_dev_no_is(major, minor, {bayhal::EncKind::kPcieSlot, bayhal::EncKind::kZmc});
-}
+} BAYHAL_C_BOUNDARY(0)

@@ -13,6 +13,7 @@
 #include "disk/disk_store.h"
 #include "disk/enc_access.h"
 #include "disk/store_text.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "ini/ini_bitmap.h"
 #include "ini/ini_conf_util.h"
@@ -199,7 +200,7 @@ int enumerate_virtual(int enc_id, int* out, int size) {
 }  // namespace bayhal::disk
 
 BAYHAL_EXPORT int PD_Enumerate_By_Cap(int enc_id, unsigned int cap_mask, int mode, int* port_ids,
-                                      int size, PD_ENUM_CALLBACK callback, void* arg) {
+                                      int size, PD_ENUM_CALLBACK callback, void* arg) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, 0x%x, %d, %p, %d).\n", __func__, enc_id,
             cap_mask, mode, static_cast<void*>(port_ids), size);
   if (enc_id < 0 || size < 0) {
@@ -207,13 +208,13 @@ BAYHAL_EXPORT int PD_Enumerate_By_Cap(int enc_id, unsigned int cap_mask, int mod
     return -1;
   }
   return bayhal::disk::enumerate_by_cap(enc_id, cap_mask, mode, port_ids, size, callback, arg);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Enumerate(int enc_id, int* port_ids, int size) {
+BAYHAL_EXPORT int PD_Enumerate(int enc_id, int* port_ids, int size) try {
   return PD_Enumerate_By_Cap(enc_id, 0, PD_CAP_MODE_ALWAYS, port_ids, size, nullptr, nullptr);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Enumerate_All(int* global_ids, int size) {
+BAYHAL_EXPORT int PD_Enumerate_All(int* global_ids, int size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%p, %d).\n", __func__,
             static_cast<void*>(global_ids), size);
   if (size < 0) return -1;
@@ -231,11 +232,11 @@ BAYHAL_EXPORT int PD_Enumerate_All(int* global_ids, int size) {
     }
   }
   return total;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int VD_Enumerate(int enc_id, int* numbers, int size) {
+BAYHAL_EXPORT int VD_Enumerate(int enc_id, int* numbers, int size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %p, %d).\n", __func__, enc_id,
             static_cast<void*>(numbers), size);
   if (enc_id < 0 || size < 0) return -1;
   return bayhal::disk::enumerate_virtual(enc_id, numbers, size);
-}
+} BAYHAL_C_BOUNDARY(-1)

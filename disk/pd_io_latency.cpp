@@ -7,6 +7,7 @@
 #include "disk/pd_fields.h"
 #include "disk_sys/disk_backend.h"
 #include "enc_sys/enc_kind.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 
 namespace {
@@ -16,7 +17,7 @@ constexpr int kHddLatency = 1000;
 
 }  // namespace
 
-BAYHAL_EXPORT int PD_Set_ATA_IO_Latency(const PD_INFO* info) {
+BAYHAL_EXPORT int PD_Set_ATA_IO_Latency(const PD_INFO* info) try {
   if (info == nullptr || info->type != PD_TYPE_ATA) return -1;
   std::string_view model = bayhal::disk::text_of(info->model);
   std::string enc(bayhal::disk::text_of(info->enc_sys_id));
@@ -32,4 +33,4 @@ BAYHAL_EXPORT int PD_Set_ATA_IO_Latency(const PD_INFO* info) {
   ERR_TRACE(HAL_TRACE_ENTRY, "set pd latency:(%s, %s)\n", enc.c_str(), sys_name.c_str());
   int latency = (info->capabilities & PD_CAP_SSD) ? kSsdLatency : kHddLatency;
   return bayhal::disk_backend().set_io_latency(sys_name.c_str(), latency);
-}
+} BAYHAL_C_BOUNDARY(-1)

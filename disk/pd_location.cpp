@@ -8,6 +8,7 @@
 #include "disk/pd_query.h"
 #include "disk_sys/disk_backend.h"
 #include "enc_sys/enc_kind.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "model/model_keys.h"
 
@@ -34,18 +35,18 @@ int sas_answer(const char* fn, int enc_id, int port_id, bool direct) {
 
 }  // namespace
 
-BAYHAL_EXPORT int PD_Is_In_Root(int enc_id) { return enc_id == kRootEncId ? 1 : 0; }
+BAYHAL_EXPORT int PD_Is_In_Root(int enc_id) try { return enc_id == kRootEncId ? 1 : 0; } BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int PD_Is_In_Root_Cache(int enc_id) {
+BAYHAL_EXPORT int PD_Is_In_Root_Cache(int enc_id) try {
   int cache = bayhal::disk::enc_cache_id();
   return enc_id >= 0 && cache >= 0 && enc_id == cache ? 1 : 0;
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int PD_Is_In_Root_PCIe(int enc_id) {
+BAYHAL_EXPORT int PD_Is_In_Root_PCIe(int enc_id) try {
   return enc_id >= 0 && bayhal::disk::enc_is_pci_cache(enc_id) ? 1 : 0;
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int PD_Is_In_Front_Of_Root_USB(int enc_id, int port_id) {
+BAYHAL_EXPORT int PD_Is_In_Front_Of_Root_USB(int enc_id, int port_id) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, port_id);
   if (enc_id < 0) return 0;
   std::string sys = bayhal::disk::enc_sys_id_of(enc_id);
@@ -54,18 +55,18 @@ BAYHAL_EXPORT int PD_Is_In_Front_Of_Root_USB(int enc_id, int port_id) {
   if (bayhal::enc_is(bayhal::disk::enc_parent_sys_id(enc_id), bayhal::EncKind::kUsbPorts))
     return is_front_usb_port(bayhal::disk::enc_parent_port_id(enc_id)) ? 1 : 0;
   return 0;
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int PD_Is_Attached_Behind_SAS(int enc_id, int port_id) {
+BAYHAL_EXPORT int PD_Is_Attached_Behind_SAS(int enc_id, int port_id) try {
   return sas_answer(__func__, enc_id, port_id, false);
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int PD_Check_Attach_To_SAS_HBA_Directly(int enc_id, int port_id) {
+BAYHAL_EXPORT int PD_Check_Attach_To_SAS_HBA_Directly(int enc_id, int port_id) try {
   return sas_answer(__func__, enc_id, port_id, true);
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int PD_Get_SR_Mode(int enc_id, int port_id) {
+BAYHAL_EXPORT int PD_Get_SR_Mode(int enc_id, int port_id) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, port_id);
   if (enc_id < 0 || port_id < 0) return -1;
   return bayhal::disk_backend().sr_mode(enc_id, port_id);
-}
+} BAYHAL_C_BOUNDARY(-1)

@@ -13,6 +13,7 @@
 #include "disk/pd_fields.h"
 #include "disk/pd_query.h"
 #include "enc_sys/enc_kind.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "foundation/text.h"
 #include "ini/ini_store.h"
@@ -142,18 +143,18 @@ bool bad_call(const char* fn, int enc_id, int port_id, char* buf, int size) {
 
 }  // namespace
 
-BAYHAL_EXPORT int PD_Get_Slot_Name(int enc_id, int port_id, char* buf, int size) {
+BAYHAL_EXPORT int PD_Get_Slot_Name(int enc_id, int port_id, char* buf, int size) try {
   if (bad_call(__func__, enc_id, port_id, buf, size)) return -1;
   auto name = bayhal::disk::slot_name(enc_id, port_id);
   return name ? copy_name(*name, buf, size) : -1;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Get_Log_Name(int enc_id, int port_id, char* buf, int size) {
+BAYHAL_EXPORT int PD_Get_Log_Name(int enc_id, int port_id, char* buf, int size) try {
   if (bad_call(__func__, enc_id, port_id, buf, size)) return -1;
   return copy_name(bayhal::disk::log_name(enc_id, port_id), buf, size);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Get_Dev_Slot_Name(int enc_id, int port_id, char* buf, int size) {
+BAYHAL_EXPORT int PD_Get_Dev_Slot_Name(int enc_id, int port_id, char* buf, int size) try {
   if (bad_call(__func__, enc_id, port_id, buf, size)) return -1;
   if (enc_id == 0) {
     if (auto slot = bayhal::disk::slot_name(enc_id, port_id)) {
@@ -172,4 +173,4 @@ BAYHAL_EXPORT int PD_Get_Dev_Slot_Name(int enc_id, int port_id, char* buf, int s
   }
   copy_name(bayhal::disk::log_name(enc_id, port_id), buf, size);
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)

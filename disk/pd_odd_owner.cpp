@@ -9,6 +9,7 @@
 #include "disk/disk_store.h"
 #include "disk/enc_access.h"
 #include "disk/pd_query.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "ini/ini_store.h"
 
@@ -38,9 +39,9 @@ std::string owner_of(int enc_id, int port_id) {
 
 }  // namespace
 
-BAYHAL_EXPORT int PD_Get_ODD_Owner(int enc_id, int port_id, char* buf, int size) {
+BAYHAL_EXPORT int PD_Get_ODD_Owner(int enc_id, int port_id, char* buf, int size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, port_id);
   if (!bayhal::disk::usable_buffer(buf, size) || enc_id < 0 || port_id < 0) return -1;
   std::snprintf(buf, static_cast<size_t>(size), "%s", owner_of(enc_id, port_id).c_str());
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)

@@ -8,6 +8,7 @@
 #include "bayhal/PD.h"
 #include "disk/disk_store.h"
 #include "disk/pd_store.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 
 namespace bayhal::disk {
@@ -89,98 +90,98 @@ int capacity_of(const std::string& file, const std::string& section, long long* 
 
 }  // namespace
 
-BAYHAL_EXPORT int PD_Get_Info(int enc_id, int port_id, PD_INFO* info) {
+BAYHAL_EXPORT int PD_Get_Info(int enc_id, int port_id, PD_INFO* info) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, port_id);
   if (info == nullptr || bad_address(__func__, enc_id, port_id)) return -1;
   return bayhal::pd_read_conf(enc_id, port_id, info);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Get_Serial_No(int enc_id, int port_id, char* buf, int size) {
+BAYHAL_EXPORT int PD_Get_Serial_No(int enc_id, int port_id, char* buf, int size) try {
   return text_getter(__func__, enc_id, port_id, "serial_no", buf, size);
-}
-BAYHAL_EXPORT int PD_Get_Vendor(int enc_id, int port_id, char* buf, int size) {
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int PD_Get_Vendor(int enc_id, int port_id, char* buf, int size) try {
   return text_getter(__func__, enc_id, port_id, "vendor", buf, size, true);
-}
-BAYHAL_EXPORT int PD_Get_Model(int enc_id, int port_id, char* buf, int size) {
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int PD_Get_Model(int enc_id, int port_id, char* buf, int size) try {
   return text_getter(__func__, enc_id, port_id, "model", buf, size);
-}
-BAYHAL_EXPORT int PD_Get_Sys_Name(int enc_id, int port_id, char* buf, int size) {
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int PD_Get_Sys_Name(int enc_id, int port_id, char* buf, int size) try {
   return text_getter(__func__, enc_id, port_id, "pd_sys_name", buf, size);
-}
-BAYHAL_EXPORT int PD_Get_WWN(int enc_id, int port_id, char* buf, int size) {
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int PD_Get_WWN(int enc_id, int port_id, char* buf, int size) try {
   return text_getter(__func__, enc_id, port_id, "wwn", buf, size);
-}
-BAYHAL_EXPORT int PD_Get_Ctrl_Name(int enc_id, int port_id, char* buf, int size) {
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int PD_Get_Ctrl_Name(int enc_id, int port_id, char* buf, int size) try {
   return text_getter(__func__, enc_id, port_id, "pd_ctrl_name", buf, size, true);
-}
-BAYHAL_EXPORT int PD_Get_Bus_Name(int enc_id, int port_id, char* buf, int size) {
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int PD_Get_Bus_Name(int enc_id, int port_id, char* buf, int size) try {
   return text_getter(__func__, enc_id, port_id, "pd_bus_name", buf, size, true);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Get_Sys_Name_From_History(int enc_id, int port_id, char* buf, int size) {
+BAYHAL_EXPORT int PD_Get_Sys_Name_From_History(int enc_id, int port_id, char* buf, int size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, port_id);
   if (bayhal::disk::usable_buffer(buf, size)) buf[0] = '\0';
   if (bad_address(__func__, enc_id, port_id)) return -1;
   return get_text(history_file(enc_id), section_for(port_id), "pd_sys_name", buf, size);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int PD_Get_Capacity(int enc_id, int port_id, long long* capacity,
-                                  int* sector_size) {
+                                  int* sector_size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, port_id);
   if (bad_address(__func__, enc_id, port_id)) return -1;
   return capacity_of(store_file(enc_id), section_for(port_id), capacity, sector_size);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Get_Link_Speed(int enc_id, int port_id, int* speed) {
+BAYHAL_EXPORT int PD_Get_Link_Speed(int enc_id, int port_id, int* speed) try {
   return int_getter(__func__, enc_id, port_id, "link_speed", speed);
-}
-BAYHAL_EXPORT int PD_Get_Max_Link_Speed(int enc_id, int port_id, int* speed) {
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int PD_Get_Max_Link_Speed(int enc_id, int port_id, int* speed) try {
   return int_getter(__func__, enc_id, port_id, "max_link_speed", speed);
-}
-BAYHAL_EXPORT int PD_Get_PD_Max_Link_Speed(int enc_id, int port_id, int* speed) {
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int PD_Get_PD_Max_Link_Speed(int enc_id, int port_id, int* speed) try {
   return int_getter(__func__, enc_id, port_id, "pd_max_link_speed", speed);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Is_Exist(int enc_id, int port_id) {
+BAYHAL_EXPORT int PD_Is_Exist(int enc_id, int port_id) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, port_id);
   if (enc_id < 0 || port_id < 0) return 0;
   return get_number(store_file(enc_id), section_for(port_id), "port_id") ? 1 : 0;
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int PD_Get_Boot_Disk_Serial_No(int number, char* buf, int size) {
+BAYHAL_EXPORT int PD_Get_Boot_Disk_Serial_No(int number, char* buf, int size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, number);
   if (bayhal::disk::usable_buffer(buf, size)) buf[0] = '\0';
   if (number < 0) return -1;
   return get_text(bayhal::disk::kHalConf, bayhal::disk::boot_section(number), "serial_no",
                   buf, size);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int PD_Get_Boot_Disk_Capacity(int number, long long* capacity, int* sector_size) {
+BAYHAL_EXPORT int PD_Get_Boot_Disk_Capacity(int number, long long* capacity, int* sector_size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, number);
   if (number < 0) return -1;
   return capacity_of(bayhal::disk::kHalConf, bayhal::disk::boot_section(number), capacity,
                      sector_size);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int VD_Is_Exist(int enc_id, int number) {
+BAYHAL_EXPORT int VD_Is_Exist(int enc_id, int number) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, number);
   if (enc_id < 0 || number < 1 || number > PD_VIRTUAL_PORT_ID_MAX - PD_VIRTUAL_PORT_ID_BASE)
     return 0;
   return PD_Is_Exist(enc_id, number + PD_VIRTUAL_PORT_ID_BASE);
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int VD_Get_Info(int enc_id, int number, PD_INFO* info) {
+BAYHAL_EXPORT int VD_Get_Info(int enc_id, int number, PD_INFO* info) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, number);
   if (info == nullptr || enc_id < 0 || number < 1 ||
       number > PD_VIRTUAL_PORT_ID_MAX - PD_VIRTUAL_PORT_ID_BASE)
     return -1;
   return bayhal::pd_read_conf(enc_id, number + PD_VIRTUAL_PORT_ID_BASE, info);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int VD_Get_WWN(int enc_id, int number, char* buf, int size) {
+BAYHAL_EXPORT int VD_Get_WWN(int enc_id, int number, char* buf, int size) try {
   if (number < 1 || number > PD_VIRTUAL_PORT_ID_MAX - PD_VIRTUAL_PORT_ID_BASE) {
     if (bayhal::disk::usable_buffer(buf, size)) buf[0] = '\0';
     return -1;
   }
   return text_getter(__func__, enc_id, number + PD_VIRTUAL_PORT_ID_BASE, "wwn", buf, size);
-}
+} BAYHAL_C_BOUNDARY(-1)

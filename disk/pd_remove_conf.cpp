@@ -11,6 +11,7 @@
 #include "disk/enc_access.h"
 #include "disk/pd_ext_port.h"
 #include "disk/pd_store.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "ini/ini_store.h"
 
@@ -117,9 +118,9 @@ int pd_remove_conf(int enc_id, int port_id) {
 
 }  // namespace bayhal
 
-BAYHAL_EXPORT int PD_Remove_and_Backup_Section(int enc_id, int port_id) {
+BAYHAL_EXPORT int PD_Remove_and_Backup_Section(int enc_id, int port_id) try {
   ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): enc_id %d port_id %d Start\n", __func__, __LINE__, enc_id,
             port_id);
   if (enc_id < 0 || port_id < 0) return -1;
   return bayhal::backup_section(enc_id, port_id);
-}
+} BAYHAL_C_BOUNDARY(-1)

@@ -10,6 +10,7 @@
 #include "disk/disk_store.h"
 #include "disk/pd_query.h"
 #include "disk/pd_speed.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 
 namespace bayhal::disk {
@@ -50,15 +51,15 @@ int perf_getter(const char* fn, int enc_id, int port_id, const char* key, bool s
 
 }  // namespace
 
-BAYHAL_EXPORT int PD_Get_Read_Speed(int enc_id, int port_id, char* buf, int size) {
+BAYHAL_EXPORT int PD_Get_Read_Speed(int enc_id, int port_id, char* buf, int size) try {
   return perf_getter(__func__, enc_id, port_id, "read_speed", true, buf, size);
-}
-BAYHAL_EXPORT int PD_Get_Write_Speed(int enc_id, int port_id, char* buf, int size) {
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int PD_Get_Write_Speed(int enc_id, int port_id, char* buf, int size) try {
   return perf_getter(__func__, enc_id, port_id, "write_speed", true, buf, size);
-}
-BAYHAL_EXPORT int PD_Get_Read_IOPS(int enc_id, int port_id, char* buf, int size) {
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int PD_Get_Read_IOPS(int enc_id, int port_id, char* buf, int size) try {
   return perf_getter(__func__, enc_id, port_id, "read_iops", false, buf, size);
-}
-BAYHAL_EXPORT int PD_Get_Write_IOPS(int enc_id, int port_id, char* buf, int size) {
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int PD_Get_Write_IOPS(int enc_id, int port_id, char* buf, int size) try {
   return perf_getter(__func__, enc_id, port_id, "write_iops", false, buf, size);
-}
+} BAYHAL_C_BOUNDARY(-1)

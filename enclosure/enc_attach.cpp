@@ -13,6 +13,7 @@
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_store.h"
 #include "foundation/command_runner.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "mcu/mcu_services.h"
 
@@ -125,7 +126,7 @@ int se_attach(const char* enc_sys_id, int notify, const char* dir) {
 
 using namespace bayhal;
 
-BAYHAL_EXPORT int SE_Sys_Attach(const char* enc_sys_id, int notify) {
+BAYHAL_EXPORT int SE_Sys_Attach(const char* enc_sys_id, int notify) try {
   if (!usable_identity(enc_sys_id, __func__)) return -1;
   int ret = se_attach(enc_sys_id, notify, nullptr);
   if (ret < 0) return ret;
@@ -136,4 +137,4 @@ BAYHAL_EXPORT int SE_Sys_Attach(const char* enc_sys_id, int notify) {
   ERR_TRACE(HAL_TRACE_INFO, "%s(%d):enc_sys_id = %s attach, run udevadm = %s\n", __func__,
             __LINE__, enc_sys_id, cmd.c_str());
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)

@@ -17,6 +17,7 @@
 #include "enclosure/enc_hzr.h"
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_store.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "foundation/sysroot.h"
 #include "ini/ini_store.h"
@@ -147,14 +148,14 @@ int se_pre_detach(const char* enc_sys_id) {
 
 using namespace bayhal;
 
-BAYHAL_EXPORT int SE_Sys_Pre_Detach(const char* enc_sys_id) {
+BAYHAL_EXPORT int SE_Sys_Pre_Detach(const char* enc_sys_id) try {
   ERR_TRACE(HAL_TRACE_INFO, "%s(%d):enc_sys_id = %s pre_remove\n", __func__, __LINE__,
             enc_sys_id != nullptr ? enc_sys_id : "(null)");
   return se_pre_detach(enc_sys_id);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Sys_Detach(const char* enc_sys_id) {
+BAYHAL_EXPORT int SE_Sys_Detach(const char* enc_sys_id) try {
   ERR_TRACE(HAL_TRACE_INFO, "%s(%d):enc_sys_id = %s remove\n", __func__, __LINE__,
             enc_sys_id != nullptr ? enc_sys_id : "(null)");
   return se_detach(enc_sys_id);
-}
+} BAYHAL_C_BOUNDARY(-1)

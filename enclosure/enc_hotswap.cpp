@@ -6,6 +6,7 @@
 #include "bayhal/Ini_Conf.h"
 #include "enclosure/enc_attach.h"
 #include "enclosure/enc_conf.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 
 namespace bayhal {
@@ -29,7 +30,7 @@ int se_hotswap_save_pd_member_bitmap(int enc_id, int port, unsigned bitmap) {
 
 using namespace bayhal;
 
-BAYHAL_EXPORT int SE_Hotswap_Check_PD(int enc_id, int dev_id) {
+BAYHAL_EXPORT int SE_Hotswap_Check_PD(int enc_id, int dev_id) try {
   ERR_TRACE(HAL_TRACE_INFO, "%s got called, enc_id = %d, port_id = %d\n", __func__, enc_id, dev_id);
   if (enc_id < 0 || dev_id < 0) return 0;
   INI_CONF_LOCK* lock = Ini_Conf_Write_Lock_File(kSeDetached);
@@ -53,9 +54,9 @@ BAYHAL_EXPORT int SE_Hotswap_Check_PD(int enc_id, int dev_id) {
   }
   Ini_Conf_Unlock_File(lock);
   return was_set;
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int SE_Hotswap_Clear_Enc(int enc_id) {
+BAYHAL_EXPORT int SE_Hotswap_Clear_Enc(int enc_id) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   return Ini_Conf_Remove_Section(kSeDetached, enc_section(enc_id).c_str());
-}
+} BAYHAL_C_BOUNDARY(-1)

@@ -11,6 +11,7 @@
 #include "enc_sys/enc_kind.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_ids.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "foundation/sysroot.h"
 #include "foundation/text.h"
@@ -177,7 +178,7 @@ int se_detach_release_bit(int enc_id) {
 
 }  // namespace bayhal
 
-BAYHAL_EXPORT int SE_Get_Unique_Id(const SE_ENC_INFO* info, char* uid, int uid_size) {
+BAYHAL_EXPORT int SE_Get_Unique_Id(const SE_ENC_INFO* info, char* uid, int uid_size) try {
   if (info == nullptr || uid == nullptr || uid_size < 1) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: bad arguments\n", __func__);
     return -1;
@@ -186,4 +187,4 @@ BAYHAL_EXPORT int SE_Get_Unique_Id(const SE_ENC_INFO* info, char* uid, int uid_s
   std::strncpy(uid, id.c_str(), static_cast<size_t>(uid_size));
   uid[uid_size - 1] = '\0';
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)

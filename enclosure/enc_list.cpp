@@ -9,6 +9,7 @@
 #include "bayhal/SE.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_list.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "foundation/sysroot.h"
 #include "ini/ini_bitmap.h"
@@ -121,7 +122,7 @@ int enumerate_standard(int* ids, int capacity) {
 
 using namespace bayhal;
 
-BAYHAL_EXPORT int SE_Enumerate(int* enc_ids, int capacity, SE_ENUM_CALLBACK filter, void* arg) {
+BAYHAL_EXPORT int SE_Enumerate(int* enc_ids, int capacity, SE_ENUM_CALLBACK filter, void* arg) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%p, %d, %p, %p).\n", __func__,
             static_cast<void*>(enc_ids), capacity, reinterpret_cast<void*>(filter), arg);
   if (capacity < 0 || (enc_ids == nullptr && filter == nullptr)) {
@@ -132,13 +133,13 @@ BAYHAL_EXPORT int SE_Enumerate(int* enc_ids, int capacity, SE_ENUM_CALLBACK filt
     return enumerate_standard(enc_ids, capacity);
   return Ini_Conf_Bitmap_Enumerate(kHalConf, kIndex, kEncBitmap, enc_ids,
                                    enc_ids == nullptr ? 0 : capacity, filter, arg);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Is_Internal(int enc_id) {
+BAYHAL_EXPORT int SE_Is_Internal(int enc_id) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   auto s = ini::read_section(kHalConf, enc_section(enc_id));
   return s && keys_of(*s).internal() ? 1 : 0;
-}
+} BAYHAL_C_BOUNDARY(0)
 
 int bayhal::get_enclosure_list_callback(int enc_id, void* /*arg*/) {
   auto s = ini::read_section(kHalConf, enc_section(enc_id));

@@ -10,6 +10,7 @@
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_list.h"
 #include "enclosure/enc_store.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "foundation/sysroot.h"
 #include "ini/ini_store.h"
@@ -39,13 +40,13 @@ int se_sync_enc_bitmap() {
 
 using namespace bayhal;
 
-BAYHAL_EXPORT int SE_Release_Id(int enc_id) {
+BAYHAL_EXPORT int SE_Release_Id(int enc_id) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   if (enc_id >= 0) Ini_Conf_Set_Field(kSeDetached, enc_section(enc_id).c_str(), "detached", "1");
   return se_release_id_in_persistent_mapping(enc_id);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Is_Id_Available(int enc_id) {
+BAYHAL_EXPORT int SE_Is_Id_Available(int enc_id) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   if (enc_id >= 0) return Ini_Conf_Bitmap_Is_Bit_Set(kEncMap, kIndex, kEncBitmap, enc_id) ? 0 : 1;
   if (enc_id != -1) {
@@ -56,9 +57,9 @@ BAYHAL_EXPORT int SE_Is_Id_Available(int enc_id) {
   for (int id = 1; id <= max_id; ++id)
     if (!Ini_Conf_Bitmap_Is_Bit_Set(kEncMap, kIndex, kEncBitmap, id)) return 1;
   return 0;
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int SE_Import_Enc_Map(void) {
+BAYHAL_EXPORT int SE_Import_Enc_Map(void) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: is called.\n", __func__);
   if (!file_exists(kEncMap)) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: can't find %s!\n", __func__, kEncMap);
@@ -66,9 +67,9 @@ BAYHAL_EXPORT int SE_Import_Enc_Map(void) {
   }
   if (auto bits = bitmap_text(kEncMap)) ini::write_keys(kHalConf, kIndex, {{kEncBitmap, *bits}});
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Export_Enc_Map(void) {
+BAYHAL_EXPORT int SE_Export_Enc_Map(void) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: is called.\n", __func__);
   int ids[kMaxEncList];
   int n = SE_Enumerate(ids, kMaxEncList, nullptr, nullptr);
@@ -78,9 +79,9 @@ BAYHAL_EXPORT int SE_Export_Enc_Map(void) {
     if (se_read_conf(ids[i], &info) == 0) se_write_enc_map(ids[i], &info);
   }
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Enc_Map_Get_Enc_Name(int enc_id, char* name, int size) {
+BAYHAL_EXPORT int SE_Enc_Map_Get_Enc_Name(int enc_id, char* name, int size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   if (enc_id < 0 || name == nullptr || size < 1) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: bad arguments (%d, %p, %d)\n", __func__, enc_id,
@@ -89,4 +90,4 @@ BAYHAL_EXPORT int SE_Enc_Map_Get_Enc_Name(int enc_id, char* name, int size) {
   }
   std::string key = "enc_" + std::to_string(enc_id);
   return Ini_Conf_Get_Field(kEncMap, kIndex, key.c_str(), name, size) > 0 ? 0 : -1;
-}
+} BAYHAL_C_BOUNDARY(-1)

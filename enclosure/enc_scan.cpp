@@ -14,6 +14,7 @@
 #include "enc_sys/enc_discovery.h"
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_store.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "foundation/sysroot.h"
 
@@ -41,7 +42,7 @@ struct Present {
 
 using namespace bayhal;
 
-BAYHAL_EXPORT int SE_Scan(void) {
+BAYHAL_EXPORT int SE_Scan(void) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: is called.\n", __func__);
   Present present;
   present.found = se_sys_enumerate(present.names.data(), kMaxPresent);
@@ -58,9 +59,9 @@ BAYHAL_EXPORT int SE_Scan(void) {
     if (!present.has(sys_id) && se_lookup_id(sys_id) >= 0) SE_Sys_Detach(sys_id);
   }
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Rescan(const char* dir) {
+BAYHAL_EXPORT int SE_Rescan(const char* dir) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%s).\n", __func__, dir ? dir : "(null)");
   if (dir == nullptr || *dir == '\0') return SE_Scan();
   std::error_code ec;
@@ -75,4 +76,4 @@ BAYHAL_EXPORT int SE_Rescan(const char* dir) {
   for (int i = 0; i < present.stored(); ++i)
     if (se_attach(present.names[static_cast<size_t>(i)], 0, dir) >= 0) ++written;
   return written;
-}
+} BAYHAL_C_BOUNDARY(-1)

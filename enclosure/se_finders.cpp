@@ -14,6 +14,7 @@
 #include "enclosure/enc_list.h"
 #include "enclosure/enc_store.h"
 #include "ext_enclosure/ses_services.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 
 using namespace bayhal;
@@ -69,32 +70,32 @@ int se_get_rdisk_cache_enclosure(int enc_id, void*) { return is_rdisk(enc_id) ? 
 int se_get_pci_cache_enclosure(int enc_id, void*) { return is_pci_cache(enc_id) ? 0 : -ENOENT; }
 }  // namespace bayhal
 
-BAYHAL_EXPORT int SE_Get_Enc_Id_by_Protocol(uint32_t* bitmap, int protocol) {
+BAYHAL_EXPORT int SE_Get_Enc_Id_by_Protocol(uint32_t* bitmap, int protocol) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%p, %d).\n", __func__,
             static_cast<void*>(bitmap), protocol);
   return collect(bitmap, [protocol](int id) { return SE_Get_Protocol(id) == protocol; });
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Get_KORV_Enc_Id(uint32_t* bitmap) { return collect(bitmap, is_korv); }
-BAYHAL_EXPORT int SE_Get_RDISK_Enc_Id(uint32_t* bitmap) { return collect(bitmap, is_rdisk); }
-BAYHAL_EXPORT int SE_Get_Pci_Cache_Enc_Id(uint32_t* bitmap) { return collect(bitmap, is_pci_cache); }
+BAYHAL_EXPORT int SE_Get_KORV_Enc_Id(uint32_t* bitmap) try { return collect(bitmap, is_korv); } BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int SE_Get_RDISK_Enc_Id(uint32_t* bitmap) try { return collect(bitmap, is_rdisk); } BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int SE_Get_Pci_Cache_Enc_Id(uint32_t* bitmap) try { return collect(bitmap, is_pci_cache); } BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Get_Cache_Enc_Id(void) { return root_pseudo_id(SE_CAP_CACHE, EncKind::kCache); }
-BAYHAL_EXPORT int SE_Get_ODD_Enc_Id(void) { return root_pseudo_id(SE_CAP_ODD, EncKind::kOdd); }
-BAYHAL_EXPORT int SE_Get_MMC_Enc_Id(void) { return root_pseudo_id(SE_CAP_MMC, EncKind::kMmc); }
+BAYHAL_EXPORT int SE_Get_Cache_Enc_Id(void) try { return root_pseudo_id(SE_CAP_CACHE, EncKind::kCache); } BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int SE_Get_ODD_Enc_Id(void) try { return root_pseudo_id(SE_CAP_ODD, EncKind::kOdd); } BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int SE_Get_MMC_Enc_Id(void) try { return root_pseudo_id(SE_CAP_MMC, EncKind::kMmc); } BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Is_USB_JBOD(int enc_id) { return internal_with(enc_id, SE_PROTOCOL_USB) ? 1 : 0; }
-BAYHAL_EXPORT int SE_Is_TB_JBOD(int enc_id) { return internal_with(enc_id, SE_PROTOCOL_TBT) ? 1 : 0; }
-BAYHAL_EXPORT int SE_Is_ZMC_JBOD(int enc_id) { return internal_with(enc_id, SE_PROTOCOL_ZMC) ? 1 : 0; }
+BAYHAL_EXPORT int SE_Is_USB_JBOD(int enc_id) try { return internal_with(enc_id, SE_PROTOCOL_USB) ? 1 : 0; } BAYHAL_C_BOUNDARY(0)
+BAYHAL_EXPORT int SE_Is_TB_JBOD(int enc_id) try { return internal_with(enc_id, SE_PROTOCOL_TBT) ? 1 : 0; } BAYHAL_C_BOUNDARY(0)
+BAYHAL_EXPORT int SE_Is_ZMC_JBOD(int enc_id) try { return internal_with(enc_id, SE_PROTOCOL_ZMC) ? 1 : 0; } BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int SE_Is_Relinking(int enc_id) {
+BAYHAL_EXPORT int SE_Is_Relinking(int enc_id) try {
   if (enc_id < 0 || !SE_Is_PX_JBOD(enc_id)) return 0;
   return Ini_Conf_Bitmap_Is_Bit_Set("/tmp/px_config_raid_record.info", kIndex, kEncBitmap, enc_id)
              ? 1
              : 0;
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int SE_Get_Enc_Type(int enc_id, int* type) {
+BAYHAL_EXPORT int SE_Get_Enc_Type(int enc_id, int* type) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   if (type == nullptr) return -1;
   if (enc_id == 0 || sys_id_is(enc_id, EncKind::kCache) || is_pci_cache(enc_id))
@@ -108,9 +109,9 @@ BAYHAL_EXPORT int SE_Get_Enc_Type(int enc_id, int* type) {
   else
     *type = -1;
   return *type < 0 ? -1 : 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Get_Log_Name(int enc_id, char* buf, int size) {
+BAYHAL_EXPORT int SE_Get_Log_Name(int enc_id, char* buf, int size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   if (buf == nullptr || size < 1) return -1;
   char sys_id[32] = {};
@@ -138,9 +139,9 @@ BAYHAL_EXPORT int SE_Get_Log_Name(int enc_id, char* buf, int size) {
   }
   copy_out(name, buf, size);
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int Clear_Real_Sys_Id_by_Enc_ID(int enc_id, const char* real_sys_id) {
+BAYHAL_EXPORT int Clear_Real_Sys_Id_by_Enc_ID(int enc_id, const char* real_sys_id) try {
   if (real_sys_id == nullptr) return -1;
   auto current = enc_get_text(enc_id, "real_sys_id");
   if (!current || *current != real_sys_id) return 0;
@@ -152,7 +153,7 @@ BAYHAL_EXPORT int Clear_Real_Sys_Id_by_Enc_ID(int enc_id, const char* real_sys_i
   ERR_TRACE(HAL_TRACE_INFO, "%s(%d) : removed real_sys_id %s of enclosure %d\n", __func__, __LINE__,
             real_sys_id, enc_id);
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
 namespace bayhal {
 
@@ -170,8 +171,8 @@ int se_reboot_sas_enclosure(int enc_id, void*) {
 
 }  // namespace bayhal
 
-BAYHAL_EXPORT int SE_Reboot(void) {
+BAYHAL_EXPORT int SE_Reboot(void) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: is called.\n", __func__);
   SE_Enumerate(nullptr, kMaxEncList, se_reboot_sas_enclosure, nullptr);
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)

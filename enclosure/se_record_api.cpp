@@ -6,23 +6,24 @@
 #include "bayhal/SE.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_store.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 
 using namespace bayhal;
 
-BAYHAL_EXPORT int SE_Get_Info(int enc_id, SE_ENC_INFO* info) {
+BAYHAL_EXPORT int SE_Get_Info(int enc_id, SE_ENC_INFO* info) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %p).\n", __func__, enc_id,
             static_cast<void*>(info));
   return se_read_conf(enc_id, info, true);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Get_Status(int enc_id) {
+BAYHAL_EXPORT int SE_Get_Status(int enc_id) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   auto v = enc_get_int(enc_id, "status");
   return v ? static_cast<int>(*v) : -1;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Set_Status(int enc_id, int status) {
+BAYHAL_EXPORT int SE_Set_Status(int enc_id, int status) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, status);
   if (enc_id < 0) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: bad enclosure id %d\n", __func__, enc_id);
@@ -31,25 +32,25 @@ BAYHAL_EXPORT int SE_Set_Status(int enc_id, int status) {
   return Ini_Conf_Set_Field_Int(kHalConf, enc_section(enc_id).c_str(), "status", status, 0) > 0
              ? 0
              : -1;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Get_Protocol(int enc_id) {
+BAYHAL_EXPORT int SE_Get_Protocol(int enc_id) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   auto v = enc_get_int(enc_id, "protocol");
   return v ? static_cast<int>(*v) : -1;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Is_PX_JBOD(int enc_id) { return SE_Get_Protocol(enc_id) == SE_PROTOCOL_PX; }
+BAYHAL_EXPORT int SE_Is_PX_JBOD(int enc_id) try { return SE_Get_Protocol(enc_id) == SE_PROTOCOL_PX; } BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int SE_Is_MV_JBOD(int enc_id) {
+BAYHAL_EXPORT int SE_Is_MV_JBOD(int enc_id) try {
   auto model = enc_get_text(enc_id, "model");
   return model && model->rfind("MV-", 0) == 0 ? 1 : 0;
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int SE_Is_External_JBOD(int enc_id) {
+BAYHAL_EXPORT int SE_Is_External_JBOD(int enc_id) try {
   return SE_Is_PX_JBOD(enc_id) || SE_Is_MV_JBOD(enc_id) ? 1 : 0;
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int SE_Is_Removing(int enc_id) {
+BAYHAL_EXPORT int SE_Is_Removing(int enc_id) try {
   return SE_Get_Status(enc_id) == SE_STATUS_REMOVING ? 1 : 0;
-}
+} BAYHAL_C_BOUNDARY(0)

@@ -5,6 +5,7 @@
 #include "bayhal/SE.h"
 #include "board/board_services.h"
 #include "enclosure/enc_conf.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "ini/ini_store.h"
 
@@ -26,7 +27,7 @@ const char* stepping_key(int region, std::string& scratch) {
 
 }  // namespace
 
-BAYHAL_EXPORT int SE_Get_FAN_Region_Enum(int enc_id, int* regions, int* count) {
+BAYHAL_EXPORT int SE_Get_FAN_Region_Enum(int enc_id, int* regions, int* count) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   if (regions == nullptr || count == nullptr) return -1;
   auto s = ini::read_section(kHalConf, enc_section(enc_id));
@@ -41,9 +42,9 @@ BAYHAL_EXPORT int SE_Get_FAN_Region_Enum(int enc_id, int* regions, int* count) {
       regions[n++] = static_cast<int>(k + 2);
   *count = n;
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Get_FAN_Region_FAN_Count(int enc_id, int region) {
+BAYHAL_EXPORT int SE_Get_FAN_Region_FAN_Count(int enc_id, int region) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, region);
   std::string key = region_key(region);
   auto v = enc_get_int(enc_id, key.c_str());
@@ -52,30 +53,30 @@ BAYHAL_EXPORT int SE_Get_FAN_Region_FAN_Count(int enc_id, int region) {
     return 0;
   }
   return static_cast<int>(*v);
-}
+} BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int SE_Get_FAN_Region_Name(int enc_id, int region, char* name, int size) {
+BAYHAL_EXPORT int SE_Get_FAN_Region_Name(int enc_id, int region, char* name, int size) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, region);
   if (enc_id != 0 || name == nullptr || size < 1) return -1;
   int type = 0;
   return board_services().se_sys_get_fan_region_name_id(region, name, size, &type);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Get_FAN_Region_Type(int enc_id, int region, int* type) {
+BAYHAL_EXPORT int SE_Get_FAN_Region_Type(int enc_id, int region, int* type) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, region);
   if (enc_id != 0 || type == nullptr) return -1;
   char name[64];
   return board_services().se_sys_get_fan_region_name_id(region, name, sizeof name, type);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Get_Temp_Region_Num(int enc_id) {
+BAYHAL_EXPORT int SE_Get_Temp_Region_Num(int enc_id) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   if (enc_id != 0) return 0;
   int count = 0;
   return board_services().hal_mb_is_temp_region_support(&count) == 1 ? count : 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Get_Temp_Region_Enum(int enc_id, int* regions, int* count) {
+BAYHAL_EXPORT int SE_Get_Temp_Region_Enum(int enc_id, int* regions, int* count) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   if (regions == nullptr || count == nullptr) return -1;
   int n = SE_Get_Temp_Region_Num(enc_id);
@@ -86,18 +87,18 @@ BAYHAL_EXPORT int SE_Get_Temp_Region_Enum(int enc_id, int* regions, int* count) 
   }
   *count = n;
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Get_FAN_Region_Stepping(int enc_id, int region, int* percent) {
+BAYHAL_EXPORT int SE_Get_FAN_Region_Stepping(int enc_id, int region, int* percent) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, region);
   if (enc_id != 0 || region < 0 || region > 3 || percent == nullptr) return -1;
   std::string scratch;
   *percent = static_cast<int>(
       conf_get_int(kSysdefConf, "MISC", stepping_key(region, scratch)).value_or(20));
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Set_FAN_Region_Stepping(int enc_id, int region, int percent) {
+BAYHAL_EXPORT int SE_Set_FAN_Region_Stepping(int enc_id, int region, int percent) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d, %d).\n", __func__, enc_id, region,
             percent);
   if (enc_id != 0) {
@@ -124,4 +125,4 @@ BAYHAL_EXPORT int SE_Set_FAN_Region_Stepping(int enc_id, int region, int percent
   }
   int pwm = min_pwm + percent * (max_pwm - min_pwm) / 100;
   return board_services().hm_set_fan_speed_by_pwm(0, kRegionFirstFan[region], pwm);
-}
+} BAYHAL_C_BOUNDARY(-1)

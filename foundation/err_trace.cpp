@@ -255,7 +255,12 @@ BAYHAL_EXPORT int ERR_TRACE(unsigned int level, const char* format, ...) {
   int saved_errno = errno;
   va_list args;
   va_start(args, format);
-  int rc = bayhal::trace_v(level, format, args);
+  int rc = -1;
+  // The tracer cannot trace its own failure: an exception only makes the call fail.
+  try {
+    rc = bayhal::trace_v(level, format, args);
+  } catch (...) {
+  }
   va_end(args);
   errno = saved_errno;
   return rc;

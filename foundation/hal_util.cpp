@@ -13,9 +13,10 @@
 #include "foundation/sysfs.h"
 #include "foundation/sysroot.h"
 
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 
-BAYHAL_EXPORT char* num_to_ascii(const unsigned char* bytes, int count, char* out, int out_size) {
+BAYHAL_EXPORT char* num_to_ascii(const unsigned char* bytes, int count, char* out, int out_size) try {
   if (out == nullptr || out_size <= 0) return out;
   std::memset(out, 0, static_cast<size_t>(out_size));
   if (bytes == nullptr) return out;
@@ -23,9 +24,9 @@ BAYHAL_EXPORT char* num_to_ascii(const unsigned char* bytes, int count, char* ou
   for (int i = 0; i < count && 2 * i + 2 < out_size; ++i)
     std::snprintf(out + 2 * i, 3, "%02X", bytes[i]);
   return out;
-}
+} BAYHAL_C_BOUNDARY(out)
 
-BAYHAL_EXPORT int fork_orphaned(void) {
+BAYHAL_EXPORT int fork_orphaned(void) try {
   pid_t child = ::fork();
   if (child < 0) return -1;
   if (child == 0) {
@@ -40,20 +41,20 @@ BAYHAL_EXPORT int fork_orphaned(void) {
   }
   if (!WIFEXITED(status)) return -1;
   return WEXITSTATUS(status) == 127 ? -ENOENT : 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT long hal_get_system_uptime(void) { return bayhal::clock().uptime(); }
+BAYHAL_EXPORT long hal_get_system_uptime(void) try { return bayhal::clock().uptime(); } BAYHAL_C_BOUNDARY(0L)
 
-BAYHAL_EXPORT int hal_set_last_uptime(const char* path) {
+BAYHAL_EXPORT int hal_set_last_uptime(const char* path) try {
   if (path == nullptr) return -1;
   FILE* f = std::fopen(bayhal::sys_path(path).c_str(), "w");
   if (f == nullptr) return -1;
   std::fprintf(f, "%ld\n", hal_get_system_uptime());
   std::fclose(f);
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT long hal_get_last_uptime(const char* path) {
+BAYHAL_EXPORT long hal_get_last_uptime(const char* path) try {
   if (path == nullptr) return 0;
   auto text = bayhal::read_head(path, 64);
   if (!text) return 0;
@@ -64,4 +65,4 @@ BAYHAL_EXPORT long hal_get_last_uptime(const char* path) {
     return 0;
   }
   return value;
-}
+} BAYHAL_C_BOUNDARY(0L)

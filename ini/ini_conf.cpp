@@ -9,6 +9,7 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "ini/ini_conf_util.h"
 #include "ini/ini_file.h"
@@ -17,7 +18,7 @@
 using namespace bayhal::ini;
 
 BAYHAL_EXPORT int Ini_Conf_Get_Field(const char* file, const char* section, const char* key,
-                                     char* buf, int buf_size) {
+                                     char* buf, int buf_size) try {
   if (buf == nullptr || buf_size <= 0) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: no buffer or size %d for key(%s)\n", __func__, buf_size,
               key ? key : "(null)");
@@ -30,10 +31,10 @@ BAYHAL_EXPORT int Ini_Conf_Get_Field(const char* file, const char* section, cons
   std::memcpy(buf, value.data(), n);
   buf[n] = '\0';
   return 1;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int Ini_Conf_Set_Field(const char* file, const char* section, const char* key,
-                                     const char* value) {
+                                     const char* value) try {
   if (!check_names(__func__, section, key)) return -1;
   if (value == nullptr || !valid_value(value)) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: bad value for key(%s) of [%s] in %s\n", __func__, key, section,
@@ -42,10 +43,10 @@ BAYHAL_EXPORT int Ini_Conf_Set_Field(const char* file, const char* section, cons
   }
   Edit e{section, {{key, value}}, {}, false, {}};
   return update(__func__, file, e) < 0 ? -1 : 1;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int Ini_Conf_Get_Field_Int(const char* file, const char* section, const char* key,
-                                         int* value, int hex) {
+                                         int* value, int hex) try {
   if (value == nullptr) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: no output for key(%s)\n", __func__, key ? key : "(null)");
     return -1;
@@ -62,10 +63,10 @@ BAYHAL_EXPORT int Ini_Conf_Get_Field_Int(const char* file, const char* section, 
   }
   *value = v;
   return 1;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int Ini_Conf_Set_Field_Int(const char* file, const char* section, const char* key,
-                                         int value, int hex) {
+                                         int value, int hex) try {
   char text[16];
   if (hex)
     std::snprintf(text, sizeof text, "0x%x", static_cast<unsigned>(value));
@@ -74,16 +75,16 @@ BAYHAL_EXPORT int Ini_Conf_Set_Field_Int(const char* file, const char* section, 
   if (!check_names(__func__, section, key)) return -1;
   Edit e{section, {{key, text}}, {}, false, {}};
   return update(__func__, file, e) < 0 ? -1 : 1;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int Ini_Conf_Remove_Field(const char* file, const char* section, const char* key) {
+BAYHAL_EXPORT int Ini_Conf_Remove_Field(const char* file, const char* section, const char* key) try {
   if (!check_names(__func__, section, key)) return -1;
   Edit e{section, {}, {key}, false, {}};
   return update(__func__, file, e);
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int Ini_Conf_Remove_Section(const char* file, const char* section) {
+BAYHAL_EXPORT int Ini_Conf_Remove_Section(const char* file, const char* section) try {
   if (!check_names(__func__, section, "-")) return -1;
   Edit e{section, {}, {}, true, {}};
   return update(__func__, file, e);
-}
+} BAYHAL_C_BOUNDARY(-1)

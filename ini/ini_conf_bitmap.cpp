@@ -4,6 +4,7 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "ini/ini_bitmap.h"
 #include "ini/ini_conf_util.h"
@@ -62,7 +63,7 @@ int change_bitmap(const char* who, const char* file, const char* section, const 
 }  // namespace
 
 BAYHAL_EXPORT int Ini_Conf_Bitmap_Set_Bit(const char* file, const char* section, const char* key,
-                                          int bit) {
+                                          int bit) try {
   if (!check_bit(__func__, bit)) return -1;
   int rc = change_bitmap(__func__, file, section, key, [bit](Bitmap& bm) {
     if (bm.test(bit)) return false;
@@ -70,10 +71,10 @@ BAYHAL_EXPORT int Ini_Conf_Bitmap_Set_Bit(const char* file, const char* section,
     return true;
   });
   return rc < 0 ? -1 : 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int Ini_Conf_Bitmap_Reset_Bit(const char* file, const char* section,
-                                            const char* key, int bit) {
+                                            const char* key, int bit) try {
   if (!check_bit(__func__, bit)) return -1;
   int rc = change_bitmap(__func__, file, section, key, [bit](Bitmap& bm) {
     if (!bm.test(bit)) return false;
@@ -81,20 +82,20 @@ BAYHAL_EXPORT int Ini_Conf_Bitmap_Reset_Bit(const char* file, const char* sectio
     return true;
   });
   return rc < 0 ? -1 : 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int Ini_Conf_Bitmap_Is_Bit_Set(const char* file, const char* section,
-                                             const char* key, int bit) {
+                                             const char* key, int bit) try {
   // Callers test the result for non-zero, so every failure here reads as "clear".
   if (!check_bit(__func__, bit)) return 0;
   Bitmap bm;
   if (read_bitmap(__func__, file, section, key, bm) < 0) return 0;
   return bm.test(bit) ? 1 : 0;
-}
+} BAYHAL_C_BOUNDARY(0)
 
 BAYHAL_EXPORT int Ini_Conf_Bitmap_Get_Next_Free_Bit(const char* file, const char* section,
                                                     const char* key, int* bit, int start,
-                                                    int claim) {
+                                                    int claim) try {
   if (bit == nullptr) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: no output for key(%s)\n", __func__, key ? key : "(null)");
     return -1;
@@ -121,18 +122,18 @@ BAYHAL_EXPORT int Ini_Conf_Bitmap_Get_Next_Free_Bit(const char* file, const char
   }
   *bit = found;
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int Ini_Conf_Bitmap_Get_Set_Count(const char* file, const char* section,
-                                                const char* key) {
+                                                const char* key) try {
   Bitmap bm;
   if (read_bitmap(__func__, file, section, key, bm) < 0) return -1;
   return bm.count();
-}
+} BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int Ini_Conf_Bitmap_Enumerate(const char* file, const char* section,
                                             const char* key, int* bits, int capacity,
-                                            Ini_Conf_Bitmap_Callback callback, void* arg) {
+                                            Ini_Conf_Bitmap_Callback callback, void* arg) try {
   if (bits != nullptr && capacity < 0) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: negative capacity %d\n", __func__, capacity);
     return -1;
@@ -145,4 +146,4 @@ BAYHAL_EXPORT int Ini_Conf_Bitmap_Enumerate(const char* file, const char* sectio
     if (take && bits != nullptr && stored < capacity) bits[stored++] = b;
   }
   return stored;
-}
+} BAYHAL_C_BOUNDARY(-1)

@@ -12,6 +12,7 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "foundation/sysroot.h"
 
@@ -151,7 +152,7 @@ using bayhal::ini::Holder;
 
 }  // namespace
 
-BAYHAL_EXPORT INI_CONF_LOCK* Ini_Conf_Write_Lock_File(const char* file) {
+BAYHAL_EXPORT INI_CONF_LOCK* Ini_Conf_Write_Lock_File(const char* file) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with file(%s).\n", __func__, file ? file : "(null)");
   if (file == nullptr || *file == '\0') {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: no file given\n", __func__);
@@ -181,9 +182,9 @@ BAYHAL_EXPORT INI_CONF_LOCK* Ini_Conf_Write_Lock_File(const char* file) {
   std::lock_guard<std::mutex> g(t.mu);
   t.by_path[lock->lock_path] = Holder{::getpid(), ::gettid(), 1};
   return lock.release();
-}
+} BAYHAL_C_BOUNDARY(nullptr)
 
-BAYHAL_EXPORT int Ini_Conf_Unlock_File(INI_CONF_LOCK* lock) {
+BAYHAL_EXPORT int Ini_Conf_Unlock_File(INI_CONF_LOCK* lock) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called.\n", __func__);
   if (lock == nullptr) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: no lock handle given\n", __func__);
@@ -212,9 +213,9 @@ BAYHAL_EXPORT int Ini_Conf_Unlock_File(INI_CONF_LOCK* lock) {
   }
   bayhal::ini::unlock(owned->fd);
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int MVC_Lock_File_Removable_After_Unlock(INI_CONF_LOCK* lock) {
+BAYHAL_EXPORT int MVC_Lock_File_Removable_After_Unlock(INI_CONF_LOCK* lock) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called.\n", __func__);
   if (lock == nullptr) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: no lock handle given\n", __func__);
@@ -222,9 +223,9 @@ BAYHAL_EXPORT int MVC_Lock_File_Removable_After_Unlock(INI_CONF_LOCK* lock) {
   }
   if (lock->nested) return 0;  // the outer handle still holds it
   return bayhal::ini::has_waiters(lock->fd) ? 0 : 1;
-}
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int Ini_Conf_Remove_LCK_File(const char* file) {
+BAYHAL_EXPORT int Ini_Conf_Remove_LCK_File(const char* file) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with file(%s).\n", __func__, file ? file : "(null)");
   if (file == nullptr || *file == '\0') {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: no file given\n", __func__);
@@ -264,4 +265,4 @@ BAYHAL_EXPORT int Ini_Conf_Remove_LCK_File(const char* file) {
     return -1;
   }
   return 0;
-}
+} BAYHAL_C_BOUNDARY(-1)

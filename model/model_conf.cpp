@@ -12,6 +12,7 @@
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
 #include "bayhal/model_conf.h"
+#include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "foundation/sysfs.h"
 #include "foundation/sysroot.h"
@@ -100,6 +101,6 @@ int setup_model_conf(const char** message, ModelSetupReport* report) {
 
 }  // namespace bayhal
 
-BAYHAL_EXPORT int se_sys_setup_model_conf(const char** message) {
+BAYHAL_EXPORT int se_sys_setup_model_conf(const char** message) try {
   return bayhal::setup_model_conf(message, nullptr);
-}
+} BAYHAL_C_BOUNDARY(-1)

@@ -57,6 +57,7 @@ class PdEndToEnd : public test::SandboxTest {
     std::snprintf(text, sizeof text, "0x%x\n", done);
     root.write("/sys/class/scsi_generic/sg" + std::to_string(sg) + "/device/iodone_cnt", text);
     root.write("/sys/block/" + name + "/device/varn_param_latency", "0\n");
+    root.write("/sys/block/" + name + "/queue/max_sectors_kb", "1280\n");
   }
 
   test::WaitingRunner real;
@@ -75,6 +76,7 @@ TEST_F(PdEndToEnd, DiskInsertedIntoSlotThreeIsRegisteredAndAnswered) {
   EXPECT_EQ(root.calls("storage_util"),
             std::vector<std::string>{"--ironwolf_disk_info_init dev_id=00000003"});
   EXPECT_EQ(root.read("/sys/block/sdc/device/varn_param_latency"), "1000\n");
+  EXPECT_EQ(root.read("/sys/block/sdc/queue/max_sectors_kb"), "512\n");
 
   PD_INFO info{};
   ASSERT_EQ(PD_Get_Info(0, 3, &info), 0);

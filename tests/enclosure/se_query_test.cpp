@@ -100,19 +100,26 @@ TEST_F(SeQueryTest, FindersAndTests) {
   EXPECT_EQ(SE_Get_ODD_Enc_Id(), 2);
   EXPECT_EQ(SE_Get_MMC_Enc_Id(), -1);  // root has no MMC capability
 
-  struct Row { int id, usb, internal, removing, external, type; };
-  for (Row r : {Row{0, 0, 1, 0, 0, 0}, Row{1, 0, 1, 0, 0, 0}, Row{23, 0, 1, 0, 0, 0},
-                Row{31, 0, 1, 0, 0, 2}, Row{32, 0, 0, 0, 0, -1}, Row{33, 1, 1, 1, 0, 1},
-                Row{34, 0, 0, 0, 1, 3}, Row{35, 0, 0, 0, 1, 3}, Row{36, 0, 0, 0, 0, -1}}) {
+  struct Row { int id, usb, internal, removing, external, px, mv, type; };
+  for (Row r : {Row{0, 0, 1, 0, 0, 0, 0, 0}, Row{1, 0, 1, 0, 0, 0, 0, 0},
+                Row{23, 0, 1, 0, 0, 0, 0, 0}, Row{31, 0, 1, 0, 0, 0, 0, 2},
+                Row{32, 0, 0, 0, 0, 0, 0, -1}, Row{33, 1, 1, 1, 0, 0, 0, 1},
+                Row{34, 0, 0, 0, 1, 1, 0, 3}, Row{35, 0, 0, 0, 1, 0, 1, 3},
+                Row{36, 0, 0, 0, 0, 0, 0, -1}, Row{9, 0, 0, 0, 0, 0, 0, -1}}) {
     SCOPED_TRACE(r.id);
     EXPECT_EQ(SE_Is_USB_JBOD(r.id), r.usb);
     EXPECT_EQ(SE_Is_Internal(r.id), r.internal);
     EXPECT_EQ(SE_Is_Removing(r.id), r.removing);
     EXPECT_EQ(SE_Is_External_JBOD(r.id), r.external);
+    EXPECT_EQ(SE_Is_PX_JBOD(r.id), r.px);
+    EXPECT_EQ(SE_Is_MV_JBOD(r.id), r.mv);
     int type = 99;
     EXPECT_EQ(SE_Get_Enc_Type(r.id, &type), r.type < 0 ? -1 : 0);
     EXPECT_EQ(type, r.type);
   }
+  EXPECT_EQ(SE_Set_Status(34, SE_STATUS_REMOVING), 0);
+  EXPECT_EQ(SE_Is_Removing(34), 1);
+  EXPECT_EQ(SE_Get_Status(9) * 10 + SE_Set_Status(-2, 1), -11);
   EXPECT_EQ(SE_Is_Relinking(34), 0);
   Ini_Conf_Bitmap_Set_Bit("/tmp/px_config_raid_record.info", "Index", "enc_bitmap", 34);
   EXPECT_EQ(SE_Is_Relinking(34), 1);

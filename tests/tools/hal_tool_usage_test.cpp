@@ -90,6 +90,7 @@ TEST_F(HalToolUsage, WhatDoesNotExistIsExitOneWithTheReason) {
                  {{"conf", "get", "/etc/odd.conf", "T", "k"}, "no section [T] in " + r + "/etc/odd.conf"},
                  {{"conf", "bitmap", "/etc/none.conf", "S", "k"}, "cannot read " + r + "/etc/none.conf"},
                  {{"model", "show"}, "cannot read " + r + "/etc/model.conf"},
+                 {{"disk", "scan", "root"}, "no kernel device tree at " + r + "/sys/block"},
                  {{"lcm_locate", "off"}, "lcm_locate: not supported on this board yet"},
              },
              1);

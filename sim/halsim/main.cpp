@@ -149,13 +149,12 @@ void status(Run& ctx, const std::string& root_arg) {
   std::string root = use_root(ctx, root_arg, false), error;
   auto st = root.empty() ? std::nullopt : Client(root).status(error);
   if (!st) return root.empty() ? void() : ctx.fail(error);
-  json j = *st;
-  if (!ctx.json_output())
-    std::cout << "appliance " << bayhal::cli::cell(j["appliance"]) << ", halsim pid " << bayhal::cli::cell(j["pid"]) << "\n";
+  const json& j = *st;
+  ctx.show("appliance " + bayhal::cli::cell(j["appliance"]) + ", halsim pid " + bayhal::cli::cell(j["pid"]));
   ctx.emit(j, bayhal::cli::table_of(j["bays"], {"bay", "label", "enc_sys_id", "name", "pd_sys_id"}));
-  if (!ctx.json_output() && !j["units"].empty()) {
-    std::cout << '\n';
-    ctx.emit(j, bayhal::cli::table_of(j["units"], {"unit", "enc_sys_id", "cabled"}));
+  if (!j["units"].empty()) {
+    ctx.show("");
+    ctx.show(bayhal::cli::table_of(j["units"], {"unit", "enc_sys_id", "cabled"}));
   }
 }
 

@@ -229,11 +229,19 @@ std::string Run::parse_error_text(CLI::App& app, const CLI::ParseError& e) const
 
 void Run::emit(json result, const Table& table) {
   result_ = std::move(result);
-  if (!json_) print_table(table, color_out_);
+  show(table);
 }
 
 void Run::emit(json result, const std::string& text) {
   result_ = std::move(result);
+  show(text);
+}
+
+void Run::show(const Table& table) const {
+  if (!json_) print_table(table, color_out_);
+}
+
+void Run::show(const std::string& text) const {
   if (!json_) std::cout << text << '\n';
 }
 

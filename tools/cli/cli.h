@@ -5,6 +5,8 @@
 // a terminal. docs/hal_tool.md describes them for users.
 #pragma once
 #include <CLI/CLI.hpp>
+#include <functional>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -64,6 +66,9 @@ class Run {
   // With text output prints `table` (or `text`) now; the result is kept for the envelope.
   void emit(json result, const Table& table);
   void emit(json result, const std::string& text);
+  // More for people around the result (a heading, a second table); nothing with --json.
+  void show(const Table& table) const;
+  void show(const std::string& text) const;
   // An error: one line on stderr ("program: text"), kept in the envelope, exit code set.
   void fail(const std::string& text);
   void usage(const std::string& text);

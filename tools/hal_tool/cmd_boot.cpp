@@ -1,7 +1,6 @@
 // hal_tool boot: what the appliance's start-up code does with the library, once per boot:
 // choose and correct the model description, then attach every enclosure discovery lists
 // (each attach registers the enclosure's disks).
-#include <iostream>
 #include <vector>
 
 #include "bayhal/SE.h"
@@ -40,7 +39,7 @@ void boot(Context& ctx) {
     failed += j["enclosures"].back()["state"] == "failed" ? 1 : 0;
   }
   ctx.emit(j, table_of(j["enclosures"], {"enc_id", "enc_sys_id", "state", "disks"}));
-  if (!ctx.json_output()) std::cout << model_setup_text(j["model_setup"]) << '\n';
+  ctx.show(model_setup_text(j["model_setup"]));
   if (found < 0)
     ctx.fail("boot: enclosure discovery failed" + log_hint());
   else if (found > static_cast<int>(names.size()))

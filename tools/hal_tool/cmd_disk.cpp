@@ -60,16 +60,19 @@ void info(Context& ctx, const std::string& bay_text, const std::string& extra) {
   }
   json j = disk_json(rec, bay->enc.id, bay->port, label_of(bay->enc.id, bay->port));
   add_disk_details(j, rec, registered_wwn(rec, bay->enc.id, bay->port));
-  char text[64];
-  for (const char* key : {"read_speed", "write_speed"}) {
-    int (*getter)(int, int, char*, int) = std::string(key) == "read_speed" ? PD_Get_Read_Speed : PD_Get_Write_Speed;
-    bool measured = getter(bay->enc.id, bay->port, text, sizeof text) >= 0 && std::string(text) != "none";
-    j[key] = measured ? json(text) : json();
-  }
-  for (const char* key : {"read_iops", "write_iops"}) {
-    int (*getter)(int, int, char*, int) = std::string(key) == "read_iops" ? PD_Get_Read_IOPS : PD_Get_Write_IOPS;
-    auto n = getter(bay->enc.id, bay->port, text, sizeof text) >= 0 ? parse_number(text, 0, INT64_MAX) : std::nullopt;
-    j[key] = n ? json(*n) : json();
+  // Measured performance: speeds as the library words them, IOPS as numbers; never measured
+  // ("none") is null.
+  static constexpr struct {
+    const char* key;
+    int (*get)(int, int, char*, int);
+    bool number;
+  } kPerformance[] = {{"read_speed", PD_Get_Read_Speed, false}, {"write_speed", PD_Get_Write_Speed, false},
+                      {"read_iops", PD_Get_Read_IOPS, true},    {"write_iops", PD_Get_Write_IOPS, true}};
+  for (const auto& p : kPerformance) {
+    char text[64];
+    bool measured = p.get(bay->enc.id, bay->port, text, sizeof text) >= 0 && std::string_view(text) != "none";
+    auto n = measured && p.number ? parse_number(text, 0, INT64_MAX) : std::nullopt;
+    j[p.key] = !measured ? json() : p.number ? (n ? json(*n) : json()) : json(text);
   }
   ctx.emit(j, fields_of(j));
 }

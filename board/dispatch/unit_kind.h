@@ -26,8 +26,8 @@ constexpr Branches operator|(UnitKind a, UnitKind b) {
 }
 constexpr Branches operator|(Branches a, UnitKind b) { return a | static_cast<unsigned>(b); }
 
-// The first kind that matches, in the order above; nullopt for anything else (which includes
-// "usb" without the underscore and the root's pseudo-enclosures).
+// The kind of an identity (by the enclosure-kind table, enc_sys/enc_kind.h); nullopt for
+// anything else, which includes "usb" without the underscore and the root's pseudo-enclosures.
 std::optional<UnitKind> unit_kind(const char* enc_sys_id);
 // The back-end family that serves a kind other than the root.
 Family unit_family(UnitKind kind);

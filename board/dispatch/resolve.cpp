@@ -127,7 +127,10 @@ Resolution resolve_temp(int index) {
   if (!r.value) return r;
   const Choice* c = select_choice(*r.value, unit->accepted, Case::kIgnored);
   if (c == nullptr) return r;
-  if (auto channel = temp_channel(index, c->hm_type, *r.value)) r.slot = Slot{c->hm_type, *channel};
+  if (auto channel = temp_channel(index, c->hm_type, *r.value))
+    r.slot = Slot{c->hm_type, *channel};
+  else
+    r.why = "no channel in the value";
   return r;
 }
 
@@ -168,9 +171,16 @@ Resolution resolve_fan(int index, const char* who) {
     r.slot = Slot{c->hm_type, c->hm_type == kHmI2c ? index - 9 : index + 1};
     return r;
   }
-  auto slot = model::fan_slot(place->section, place->n);
-  if (!slot) return r;
-  if (auto channel = number_after(*slot, 'I')) r.slot = Slot{c->hm_type, *channel};
+  std::string slot_key = "FAN_" + std::to_string(place->n);
+  r.slot_value = model::fan_slot(place->section, place->n);
+  if (!r.slot_value) {
+    r.why = slot_key + " not described";
+    return r;
+  }
+  if (auto channel = number_after(*r.slot_value, 'I'))
+    r.slot = Slot{c->hm_type, *channel};
+  else
+    r.why = slot_key + " has no channel";
   return r;
 }
 

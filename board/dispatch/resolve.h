@@ -26,6 +26,8 @@ struct Resolution {
   std::string section;  // empty for an index without a unit
   std::string key;
   std::optional<std::string> value;
+  std::optional<std::string> slot_value;  // fans: FAN_<n>
+  std::string why;                        // what made the slot unsupported
 };
 
 // The temperature index map: 0-1 CPU, 5-7 system, 10-11 supplies, 15-38 environment.

@@ -1,0 +1,1 @@
+bayhal_add_fuzz(fuzz_board_unit board_unit_fuzz.cpp)

@@ -59,6 +59,8 @@ FunctionView slot_view(const char* group, int index, const Resolution& r,
   v.channel = r.slot.channel;
   std::optional<Family> family;
   if (r.slot.hm_type > 0) family = family_of(r.slot.hm_type);
+  if (family == Family::kI2c && r.value)
+    v.address = address_behind(*r.value, kChoiceI2c, 0x03, 0x77).value_or(-1);
   settle(v, family, family && offered(driver(*family)), r.why);
   return v;
 }
@@ -101,7 +103,9 @@ std::vector<FunctionView> board_map() {
     v.section = key.section;
     v.key = key.key;
     v.value = s.value;
-    v.channel = s.channel;
+    // I2C devices and I/O ports are addresses; GPIO lines are channels.
+    bool addressed = s.choice != nullptr && s.choice->family != Family::kGpio;
+    (addressed ? v.address : v.channel) = s.channel;
     std::optional<Family> family;
     if (s.choice != nullptr) family = family_of(*s.choice);
     settle(v, family, family && offers(f, *family, driver(*family)));

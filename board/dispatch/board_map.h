@@ -19,6 +19,7 @@ struct FunctionView {
   std::optional<std::string> slot;  // fans: the FAN_<n> value
   std::string chip;      // the family ("EC", "I2C", "EMCU", ...); empty when none is named
   int channel = -1;      // the number the chip takes; -1 when none
+  int address = -1;      // the I2C device or I/O port the value names; -1 when none
   bool supported = false;
   std::string reason;    // why not, when not supported
 };

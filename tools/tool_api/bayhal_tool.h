@@ -58,6 +58,25 @@ typedef struct {
 BAYHAL_TOOL_API int bayhal_tool_model_setup(const char **message,
                                             const BAYHAL_TOOL_SETUP_REPORT *report, void *arg);
 
+/* The root board's functions as the model description resolves them now (no per-process
+   cache): `each` once per function. Texts are NULL where there is none: the key's value when
+   the key is absent, `slot` except for fans, `chip` when no chip is named, `reason` when the
+   function is supported; index, channel and address (an I2C device or I/O port) -1 where
+   there is none. The count, or -1. */
+typedef struct {
+  const char *group, *name, *section, *key, *value, *slot, *chip, *reason;
+  int index, channel, address, supported;
+} BAYHAL_TOOL_BOARD_FUNCTION;
+typedef void (*bayhal_tool_board_fn)(void *arg, const BAYHAL_TOOL_BOARD_FUNCTION *function);
+BAYHAL_TOOL_API int bayhal_tool_board_map(bayhal_tool_board_fn each, void *arg);
+/* Reads root temperature `index` (degrees in *value) or fan `index` (rpm in *value, *status
+   0 running or 1 failed) through the board back-end; its result (0, or negative). */
+BAYHAL_TOOL_API int bayhal_tool_board_temp(int index, double *value);
+BAYHAL_TOOL_API int bayhal_tool_board_fan(int index, double *value, int *status);
+/* Facts of the root board: 1 or 0 for the embedded controller; the MCU spec, or -2 when the
+   model description gives none. */
+BAYHAL_TOOL_API int bayhal_tool_board_facts(int *ec, int *mcu_spec);
+
 #ifdef __cplusplus
 }
 #endif

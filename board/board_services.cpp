@@ -92,8 +92,8 @@ int BoardServices::se_sys_enable_buzzer(const char* enc_sys_id, int /*enable*/) 
   return not_implemented("se_sys_enable_buzzer", __LINE__, enc_sys_id);
 }
 
-int BoardServices::se_sys_get_led_bv_ctrl_capability(const char* enc_sys_id, int* /*kind*/, int* /*levels*/) {
-  return not_implemented("se_sys_get_led_bv_ctrl_capability", __LINE__, enc_sys_id);
+int BoardServices::se_sys_get_led_bv_ctrl_capability(const char* enc_sys_id, int* kind, int* levels) {
+  return board::se_sys_get_led_brightness_ctrl_capability(enc_sys_id, kind, levels);
 }
 
 int BoardServices::se_sys_get_led_scrollbar_support(const char* enc_sys_id, int* /*support*/) {

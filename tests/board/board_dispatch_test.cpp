@@ -1,5 +1,6 @@
 // The se_sys_* operations over recording chip families: stage 1, the index maps, the caches
 // and the selections each operation makes.
+#include "board/board_services.h"
 #include "board/dispatch/se_sys.h"
 #include "foundation/clock.h"
 #include "tests/board/board_fixture.h"
@@ -125,6 +126,25 @@ TEST_F(BoardDispatchTest, StatusLedsSelectTheirChipAndCommands) {
   }
   EXPECT_TRUE(traced("): hybrid_method = 1 not implement.\n"));
   EXPECT_TRUE(traced("): conf_val = ec not implement.\n"));
+}
+
+TEST_F(BoardDispatchTest, LedBrightnessNeedsADimmableBoard) {
+  Recording<Family::kEc> ec;
+  struct Row {
+    const char* ctrl;
+    int kind, levels, rc;
+  } rows[] = {{"GPIO", 0, 0, -1}, {"PWM", 1, 3, 0}, {"PWM:5", 1, 5, 0}};
+  for (const Row& r : rows) {
+    model(std::string("[System IO]\nLED_BV_INTERFACE = EC\nLED_BV_CTRL = ") + r.ctrl + "\n");
+    int kind = -9, levels = -9;
+    EXPECT_EQ(board_services().se_sys_get_led_bv_ctrl_capability("root", &kind, &levels), 0);
+    EXPECT_EQ(kind, r.kind) << r.ctrl;
+    EXPECT_EQ(levels, r.levels) << r.ctrl;
+    EXPECT_EQ(se_sys_set_led_brightness_by_pwm("root", 50), r.rc) << r.ctrl;
+  }
+  EXPECT_EQ(se_sys_set_led_brightness_by_pwm("root", 101), -1);
+  EXPECT_TRUE(traced("): System Error: cap = 0, value = 50.\n"));
+  EXPECT_EQ(calls().log, (Log{"EC brightness 50", "EC brightness 50"}));
 }
 
 TEST_F(BoardDispatchTest, McuSpecAndEmbeddedControllerPresence) {

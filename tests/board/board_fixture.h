@@ -68,6 +68,10 @@ board::Driver recording_driver() {
     calls().log.push_back(name + " beep " + std::to_string(mode));
     return calls().result;
   };
+  d.set_led_brightness = [](const Target&, int percent) {
+    calls().log.push_back(name + " brightness " + std::to_string(percent));
+    return calls().result;
+  };
   d.get_button = [](const Target& t, board::Button, int* pressed) {
     calls().log.push_back(name + " button " + where(t));
     *pressed = 1;

@@ -16,8 +16,9 @@ class RealClock : public Clock {
     if (sysinfo(&info) != 0) return 0;
     return info.uptime;
   }
-  void sleep_ms(long ms) override {
-    struct timespec ts {ms / 1000, (ms % 1000) * 1000000L};
+  void sleep_ms(long ms) override { sleep_us(ms * 1000L); }
+  void sleep_us(long us) override {
+    struct timespec ts {us / 1000000, (us % 1000000) * 1000L};
     while (nanosleep(&ts, &ts) != 0 && errno == EINTR) {
     }
   }

@@ -13,6 +13,8 @@ class Clock {
   virtual std::time_t now() = 0;        // wall-clock seconds
   virtual long uptime() = 0;            // seconds since boot
   virtual void sleep_ms(long ms) = 0;
+  // Short waits of device protocols (an embedded controller is polled every 50 us).
+  virtual void sleep_us(long us) = 0;
 };
 
 // The clock in force (the real one unless a test installed another).
@@ -24,19 +26,22 @@ void set_clock(Clock* c);
 class VirtualClock : public Clock {
  public:
   explicit VirtualClock(std::time_t start = 1700000000, long uptime = 1000)
-      : now_ms_(static_cast<long long>(start) * 1000), uptime_ms_(uptime * 1000LL) {}
-  std::time_t now() override { return static_cast<std::time_t>(now_ms_ / 1000); }
-  long uptime() override { return static_cast<long>(uptime_ms_ / 1000); }
-  void sleep_ms(long ms) override { advance_ms(ms); ++sleeps_; slept_ms_ += ms; }
-  void advance_ms(long ms) { now_ms_ += ms; uptime_ms_ += ms; }
+      : now_us_(static_cast<long long>(start) * 1000000), uptime_us_(uptime * 1000000LL) {}
+  std::time_t now() override { return static_cast<std::time_t>(now_us_ / 1000000); }
+  long uptime() override { return static_cast<long>(uptime_us_ / 1000000); }
+  void sleep_ms(long ms) override { sleep_us(ms * 1000L); }
+  void sleep_us(long us) override { advance_us(us); ++sleeps_; slept_us_ += us; }
+  void advance_ms(long ms) { advance_us(ms * 1000L); }
+  void advance_us(long us) { now_us_ += us; uptime_us_ += us; }
   int sleeps() const { return sleeps_; }
-  long long slept_ms() const { return slept_ms_; }
+  long long slept_ms() const { return slept_us_ / 1000; }
+  long long slept_us() const { return slept_us_; }
 
  private:
-  long long now_ms_;
-  long long uptime_ms_;
+  long long now_us_;
+  long long uptime_us_;
   int sleeps_ = 0;
-  long long slept_ms_ = 0;
+  long long slept_us_ = 0;
 };
 
 using ScopedClock = ScopedSeam<Clock, set_clock>;

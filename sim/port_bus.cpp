@@ -17,7 +17,7 @@ int PortBus::permit(uint16_t port, unsigned count) {
     errno = EINVAL;
     return -1;
   }
-  for (unsigned i = 0; i < count; ++i) permitted_.set(port + i);
+  perms_->grant(port, count);
   return 0;
 }
 
@@ -28,19 +28,26 @@ PortDevice* PortBus::find(uint16_t port) const {
 }
 
 bool PortBus::allowed(uint16_t port) {
-  if (permitted_.test(port)) return true;
+  if (perms_->test(port)) return true;
   ++violations_;
   return false;
+}
+
+void PortBus::record(uint16_t port, bool write, uint8_t value) {
+  if (log_.size() < kLogLimit) log_.push_back({who_, port, write, value});
 }
 
 uint8_t PortBus::inb(uint16_t port) {
   if (!allowed(port)) return 0xFF;
   PortDevice* d = find(port);
-  return d ? d->in(port) : 0xFF;  // nothing there: the bus floats high
+  uint8_t v = d ? d->in(port) : 0xFF;  // nothing there: the bus floats high
+  record(port, false, v);
+  return v;
 }
 
 void PortBus::outb(uint8_t value, uint16_t port) {
   if (!allowed(port)) return;
+  record(port, true, value);
   if (PortDevice* d = find(port)) d->out(port, value);
 }
 

@@ -4,6 +4,7 @@
 #include <atomic>
 
 #include "foundation/sysroot.h"
+#include "transport/socket_port_io.h"
 
 #if defined(__x86_64__) || defined(__i386__)
 #include <sys/io.h>
@@ -63,6 +64,8 @@ std::atomic<PortIo*> g_installed{nullptr};
 PortIo& port_io() {
   if (PortIo* p = g_installed.load(std::memory_order_acquire)) return *p;
   if (sys_root().empty()) return g_machine;
+  // Under a system root that halsim serves, its board answers instead.
+  if (PortIo* sim = halsim_port_io()) return *sim;
   return g_none;
 }
 

@@ -20,8 +20,9 @@ class PortIo {
 };
 
 // The backend in force. Without an installed one: the machine's ports when the system
-// root is "/", and a backend that refuses every permission under any other root, so a
-// sandbox never touches the ports of the machine it runs on.
+// root is "/"; under any other root the board of the halsim serving it (its socket), or
+// else a backend that refuses every permission, so a sandbox never touches the ports of
+// the machine it runs on.
 PortIo& port_io();
 // Installs `p` (not owned); nullptr restores the default.
 void set_port_io(PortIo* p);

@@ -22,6 +22,8 @@ enum MsgType : uint8_t {
   kDeviceReply = 2,
   kControl = 3,
   kControlReply = 4,
+  kPortRequest = 5,
+  kPortReply = 6,
 };
 
 // The payload length a header announces; nullopt when it is 0 or above kMaxPayload.
@@ -63,6 +65,24 @@ std::vector<uint8_t> device_reply(int rc, const DeviceCommand& cmd, std::span<co
 // Fills the output fields of `cmd` and copies returned data into cmd.data. The submit
 // result, or -EPROTO when the payload is malformed or returns more data than was asked.
 int parse_device_reply(std::span<const uint8_t> payload, DeviceCommand& cmd);
+
+// Port I/O: one access of the port-I/O seam and its answer. `arg` is the port count of a
+// permission request and the byte of an output.
+enum class PortOp : uint8_t { kPermit = 0, kIn = 1, kOut = 2 };
+struct PortRequest {
+  PortOp op = PortOp::kIn;
+  uint16_t port = 0;
+  uint16_t arg = 0;
+};
+struct PortReply {
+  int32_t result = 0;  // 0, or a negative errno for a refused permission
+  uint8_t value = 0;   // the byte read
+};
+std::vector<uint8_t> port_request(const PortRequest& q);
+// nullopt for a malformed request (unknown operation, output byte above 255, wrong length).
+std::optional<PortRequest> parse_port_request(std::span<const uint8_t> payload);
+std::vector<uint8_t> port_reply(const PortReply& r);
+std::optional<PortReply> parse_port_reply(std::span<const uint8_t> payload);
 
 // Connects to the halsim socket at a host path; paths too long for sockaddr_un are reached
 // through the folder's descriptor. The descriptor, or a negative errno.

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "board/board_lock.h"
 #include "foundation/err_trace.h"
 #include "tests/support/test_files.h"
 
@@ -34,6 +35,7 @@ SandboxRoot::SandboxRoot() {
 }
 
 SandboxRoot::~SandboxRoot() {
+  board_locks_remove();  // the root's own semaphores, should anything have made them
   if (had_old_root_)
     ::setenv("HAL_ROOT", old_root_.c_str(), 1);
   else

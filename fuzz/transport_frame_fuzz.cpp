@@ -1,6 +1,6 @@
 // Bytes from the halsim socket: frame headers, device-command requests (the daemon's side),
-// replies (the library's side, into a caller's buffer whose size the first byte picks) and
-// control messages.
+// replies (the library's side, into a caller's buffer whose size the first byte picks),
+// control messages and port-I/O requests and replies.
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -22,5 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   (void)bayhal::frame::parse_device_reply(bytes, cmd);
   (void)bayhal::frame::parse_control(bytes);
   (void)bayhal::frame::parse_control_reply(bytes);
+  if (auto p = bayhal::frame::parse_port_request(bytes)) (void)bayhal::frame::port_request(*p);
+  if (auto r = bayhal::frame::parse_port_reply(bytes)) (void)bayhal::frame::port_reply(*r);
   return 0;
 }

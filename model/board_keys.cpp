@@ -60,6 +60,8 @@ BoardKey redundant_power_key(int n) {
   return n == 2 ? BoardKey::kRedundantPower2 : BoardKey::kRedundantPower1;
 }
 
+std::optional<long long> system_buzzer_freq() { return number(kSystemIo, "SYSTEM_BUZZER_FREQ"); }
+
 int max_fan_num() { return count(kSystemEnclosure, "MAX_FAN_NUM"); }
 int max_cpu_fan_num() { return count(kSystemEnclosure, "MAX_CPU_FAN_NUM"); }
 std::optional<long long> env_temp_id(int n) {

@@ -44,6 +44,9 @@ std::optional<std::string> board_key(BoardKey key);
 // REDUNDANT_POWER_<n> for supply n (1 or 2).
 BoardKey redundant_power_key(int n);
 
+// "System IO" / SYSTEM_BUZZER_FREQ: the embedded controller's buzzer frequency value.
+std::optional<long long> system_buzzer_freq();
+
 // "System Enclosure": MAX_FAN_NUM, MAX_CPU_FAN_NUM, ENV_TEMP<n>_ID (CAP: model_keys.h).
 int max_fan_num();
 int max_cpu_fan_num();

@@ -1,7 +1,7 @@
 // Families whose layer is still to come: the microcontroller protocols (PIC commands, the
-// legacy and enhanced MCU protocols), the SES back-end of SAS expander units, the board's
-// own beeper and the raw I/O-port byte of the port layer. Until each lands, its table is
-// empty and the dispatch answers the documented failure.
+// legacy and enhanced MCU protocols), the SES back-end of SAS expander units and the board's
+// own beeper. Until each lands, its table is empty and the dispatch answers the documented
+// failure.
 #include "board/drivers/families.h"
 
 namespace bayhal::board {
@@ -11,6 +11,5 @@ const Driver kMcuDriver{.name = "MCU"};
 const Driver kEmcuDriver{.name = "EMCU"};
 const Driver kSesDriver{.name = "SES"};
 const Driver kBeeperDriver{.name = "BEEPER"};
-const Driver kIoPortDriver{.name = "IOPORT"};
 
 }  // namespace bayhal::board

@@ -85,4 +85,14 @@ std::optional<json> Client::hotplug(bool insert, const std::string& target, cons
   return j;
 }
 
+std::optional<json> Client::board(const std::string& text, std::string& error) const {
+  auto r = request(text, error);
+  if (!r) return std::nullopt;
+  if (!r->first) {
+    error = r->second.value("error", "refused");
+    return std::nullopt;
+  }
+  return r->second;
+}
+
 }  // namespace bayhal::sim::halsim

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "board/drivers/board_lock.h"
 #include "transport/transport_frame.h"
 #include "sim/halsim/root_writer.h"
 
@@ -19,6 +20,7 @@ Daemon::Daemon(std::string root, Scenario sc)
     : root_(std::move(root)),
       sc_(std::move(sc)),
       models_(sc_),
+      board_(sc_),
       machine_(sc_, root_,
                PlugHooks{[this](const PluggedDisk& pd, const Disk& d) { models_.plug(pd, d); },
                          [this](const PluggedDisk& pd) { models_.unplug(pd); }}) {}
@@ -49,6 +51,7 @@ std::string Daemon::start() {
     write_firmware_files(root_, machine_.scenario());
     install_stand_ins(root_);
     machine_.power_on();
+    board_.power_on(root_);
   } catch (const std::exception& e) {
     return std::string("power-on failed: ") + e.what();
   }
@@ -73,12 +76,16 @@ void Daemon::request_stop() {
 
 void Daemon::serve() {
   for (;;) {
-    pollfd fds[2] = {{listen_.get(), POLLIN, 0}, {wake_read_.get(), POLLIN, 0}};
-    if (::poll(fds, 2, -1) < 0) {
+    pollfd fds[3] = {{listen_.get(), POLLIN, 0}, {wake_read_.get(), POLLIN, 0}, {board_.watch_fd(), POLLIN, 0}};
+    if (::poll(fds, board_.watch_fd() >= 0 ? 3 : 2, -1) < 0) {
       if (errno == EINTR) continue;
       break;
     }
     if (fds[1].revents != 0) break;
+    if (fds[2].revents != 0) {
+      std::lock_guard lock(mu_);
+      board_.on_watch();
+    }
     if ((fds[0].revents & POLLIN) == 0) continue;
     reap();
     int c = ::accept4(listen_.get(), nullptr, nullptr, SOCK_CLOEXEC);
@@ -104,15 +111,20 @@ void Daemon::serve() {
     finished_.clear();
   }
   for (auto& [id, t] : all) t.join();
+  board_locks_remove(root_);  // the board's semaphores go with the board
   std::filesystem::remove(root_ + kPidPath, ec);
 }
 
 void Daemon::serve_connection(int fd) {
   UniqueFd conn(fd);
+  auto client = std::make_unique<Client>();
+  ucred peer{};
+  socklen_t len = sizeof peer;
+  if (::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &len) == 0) client->pid = static_cast<uint32_t>(peer.pid);
   std::vector<uint8_t> request;
   bool stop = false;
   while (!stop && frame::read_frame(fd, request) == 0) {
-    std::vector<uint8_t> reply = handle(request, stop);
+    std::vector<uint8_t> reply = handle(request, stop, *client);
     if (reply.empty() || frame::write_frame(fd, reply) != 0) break;
   }
   {
@@ -123,13 +135,14 @@ void Daemon::serve_connection(int fd) {
   if (stop) request_stop();
 }
 
-std::vector<uint8_t> Daemon::handle(std::span<const uint8_t> payload, bool& stop) {
+std::vector<uint8_t> Daemon::handle(std::span<const uint8_t> payload, bool& stop, Client& client) {
   if (auto text = frame::parse_control(payload)) {
     bool ok = true;
     std::string reply = control(*text, ok, stop);
     return frame::control_reply(ok, reply);
   }
   if (!payload.empty() && payload[0] == frame::kDeviceCommand) return device(payload);
+  if (!payload.empty() && payload[0] == frame::kPortRequest) return port(payload, client);
   return {};  // not a message this daemon knows: the connection is dropped
 }
 
@@ -143,6 +156,13 @@ std::vector<uint8_t> Daemon::device(std::span<const uint8_t> payload) {
     rc = models_.submit(q->device, q->cmd);
   }
   return frame::device_reply(rc, q->cmd, q->data);
+}
+
+std::vector<uint8_t> Daemon::port(std::span<const uint8_t> payload, Client& client) {
+  auto q = frame::parse_port_request(payload);
+  if (!q) return {};
+  std::lock_guard lock(mu_);
+  return frame::port_reply(board_.access(*q, client.pid, client.ports));
 }
 
 }  // namespace bayhal::sim::halsim

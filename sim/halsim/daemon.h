@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "foundation/unique_fd.h"
+#include "sim/halsim/board_models.h"
 #include "sim/halsim/device_models.h"
 #include "sim/halsim/machine.h"
 #include "sim/halsim/scenario.h"
@@ -41,15 +42,26 @@ class Daemon {
   // Async-signal-safe.
   void request_stop();
 
+  // A connected process: who it is and the ports it was given.
+  struct Client {
+    uint32_t pid = 0;
+    PortPermissions ports;
+  };
+
   // One request payload to its reply (also used by tests in-process). `stop` is set when
   // the request asks the daemon to end.
-  std::vector<uint8_t> handle(std::span<const uint8_t> payload, bool& stop);
+  std::vector<uint8_t> handle(std::span<const uint8_t> payload, bool& stop, Client& client);
+  std::vector<uint8_t> handle(std::span<const uint8_t> payload, bool& stop) {
+    Client anonymous;
+    return handle(payload, stop, anonymous);
+  }
 
  private:
   std::string root_;
   Scenario sc_;
   std::mutex mu_;  // the machine and the models
   DeviceModels models_;
+  BoardModels board_;
   Machine machine_;
   UniqueFd listen_;
   UniqueFd wake_read_, wake_write_;
@@ -60,6 +72,7 @@ class Daemon {
 
   std::string control(const std::string& text, bool& ok, bool& stop);
   std::vector<uint8_t> device(std::span<const uint8_t> payload);
+  std::vector<uint8_t> port(std::span<const uint8_t> payload, Client& client);
   void serve_connection(int fd);
   // Joins the threads of connections that have ended.
   void reap();

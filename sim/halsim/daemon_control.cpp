@@ -1,6 +1,7 @@
 // halsim's control messages: "status", "insert BAY [DISK]", "insert UNIT", "remove BAY",
-// "remove UNIT", "stop", with bays as the scenario spells them ("root/3", "jbod/5"). Replies
-// are JSON objects (docs/halsim.md).
+// "remove UNIT", "board", "board log [N]", "board clear", "press BUTTON", "release BUTTON",
+// "stop", with bays as the scenario spells them ("root/3", "jbod/5"). Replies are JSON
+// objects (docs/halsim.md).
 #include <sstream>
 
 #include <nlohmann/json.hpp>
@@ -58,15 +59,49 @@ json hotplug(Machine& m, const std::vector<std::string>& w, bool insert, bool& o
   return j;
 }
 
+// "board": the chips' state; "board log [N]": the last N port accesses (default 10000);
+// "board clear": forget the accesses logged so far.
+json board_control(BoardModels& board, const std::vector<std::string>& w, bool& ok) {
+  if (w.size() == 1) return board.status();
+  if (w.size() == 2 && w[1] == "clear") {
+    board.clear_log();
+    return json::object();
+  }
+  if (w[1] == "log" && w.size() <= 3) {
+    size_t last = 10000;
+    if (w.size() == 3) {
+      try {
+        last = std::stoul(w[2]);
+      } catch (const std::exception&) {
+        ok = false;
+        return {{"error", "board log takes a count"}};
+      }
+    }
+    return {{"accesses", board.log(last)}};
+  }
+  ok = false;
+  return {{"error", "board takes nothing, log [N] or clear"}};
+}
+
 }  // namespace
 
 std::string Daemon::control(const std::string& text, bool& ok, bool& stop) {
   std::vector<std::string> w = words(text);
   std::lock_guard lock(mu_);
+  board_.on_watch();  // a PWM written just before is seen by whoever asks next
   json reply;
   try {
     if (w.size() == 1 && w[0] == "status") {
       reply = status_json(machine_);
+    } else if (!w.empty() && w[0] == "board") {
+      reply = board_control(board_, w, ok);
+    } else if (w.size() == 2 && (w[0] == "press" || w[0] == "release")) {
+      if (!board_.press(w[1], w[0] == "press")) {
+        ok = false;
+        reply = {{"error", "the board has no button '" + w[1] + "'"}};
+      } else {
+        reply = {{"button", w[1]}, {"pressed", w[0] == "press"}};
+      }
     } else if (w.size() == 1 && w[0] == "stop") {
       stop = true;
       reply = json::object();

@@ -183,6 +183,46 @@ void hotplug(Run& ctx, const std::string& root_arg, bool insert, const std::stri
   if (!ok) ctx.fail(bayhal::cli::cell((*j)["call"]) + " failed");
 }
 
+// The board's state for people: one line a field; a line a fan, sensor or access.
+std::string board_text(const json& j) {
+  std::string out;
+  for (const auto& [key, value] : j.items()) {
+    if (!value.is_array()) {
+      out += key + ": " + (value.is_object() ? value.dump() : bayhal::cli::cell(value)) + "\n";
+      continue;
+    }
+    out += key + ":\n";
+    for (const json& item : value) {
+      out += " ";
+      if (item.is_object())
+        for (const auto& [k, v] : item.items()) out += " " + k + "=" + bayhal::cli::cell(v);
+      else
+        for (const json& v : item) out += " " + bayhal::cli::cell(v);
+      out += "\n";
+    }
+  }
+  if (!out.empty()) out.pop_back();
+  return out;
+}
+
+void board(Run& ctx, const std::string& root_arg, const std::vector<std::string>& args) {
+  std::string root = use_root(ctx, root_arg, false), error;
+  if (root.empty()) return;
+  std::string text = "board";
+  for (const std::string& a : args) text += " " + a;
+  auto j = Client(root).board(text, error);
+  if (!j) return ctx.fail(error);
+  ctx.emit(*j, board_text(*j));
+}
+
+void press(Run& ctx, const std::string& root_arg, const std::string& button, bool down) {
+  std::string root = use_root(ctx, root_arg, false), error;
+  if (root.empty()) return;
+  auto j = Client(root).board((down ? "press " : "release ") + button, error);
+  if (!j) return ctx.fail(error);
+  ctx.emit(*j, button + (down ? " pressed" : " released"));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -208,6 +248,17 @@ int main(int argc, char** argv) {
   ctx.add_command(&app, "remove", "pull the disk from a bay, or unplug an expansion unit", "hotplug",
                   [&] { hotplug(ctx, root, false, target, ""); })
       ->add_option("bay", target, "BAY or UNIT")->required();
+  std::vector<std::string> board_args;
+  ctx.add_command(&app, "board", "the board's chips: LEDs, buttons, fans, temperatures; 'log [N]' the last "
+                                 "port accesses, 'clear' forgets them", "board",
+                  [&] { board(ctx, root, board_args); })
+      ->add_option("what", board_args, "nothing, log [N] or clear");
+  std::string button;
+  for (bool down : {true, false})
+    ctx.add_command(&app, down ? "press" : "release", down ? "hold a front-panel button down (usb_copy, reset)"
+                                                           : "let a front-panel button go", "button",
+                    [&, down] { press(ctx, root, button, down); })
+        ->add_option("button", button, "usb_copy or reset")->required();
   app.footer(kFooter);  // after the commands, which would otherwise repeat it
   return ctx.execute(app);
 }

@@ -127,6 +127,54 @@ void pcie_slots(Conf& c, const Scenario& sc) {
   }
 }
 
+// Fans of one section: FAN_UNIT and FAN_<n> = "I<channel>".
+void fan_section(Conf& c, const char* section, const char* unit, int count, int first_channel) {
+  if (count == 0) return;
+  c.section(section);
+  c.key("FAN_UNIT", unit);
+  for (int n = 1; n <= count; ++n) c.key("FAN_" + std::to_string(n), "I" + std::to_string(first_channel + n - 1));
+}
+
+// The embedded controller carries every board function; its fan channels are the EC's fan
+// indexes plus one.
+void ec_board(Conf& c, const EcSpec& ec) {
+  c.section("System Enclosure");
+  c.key("SIO_DEVICE", "IT8528");
+  if (!ec.cpu_temps.empty()) c.key("CPU_TEMP_UNIT", "EC");
+  if (!ec.system_temps.empty()) c.key("SYSTEM_TEMP_UNIT", "EC");
+  if (!ec.env_temps.empty()) c.key("ENV_TEMP_UNIT", "EC");
+  c.key("PWR_RECOVERY_UNIT", "EC");
+  c.key("MAX_FAN_NUM", static_cast<long long>(ec.system_fans.size()));
+  c.key("MAX_CPU_FAN_NUM", static_cast<long long>(ec.cpu_fans.size()));
+  fan_section(c, "System FAN", "EC", static_cast<int>(ec.system_fans.size()), 1);
+  fan_section(c, "CPU FAN", "EC", static_cast<int>(ec.cpu_fans.size()), 7);
+  c.section("System IO");
+  for (const char* k : {"STATUS_RED_LED", "STATUS_GREEN_LED", "USB_COPY_BUTTON", "SYSTEM_BUZZER_UNIT",
+                        "LED_BV_INTERFACE"})
+    c.key(k, "EC");
+  c.key("LED_BV_CTRL", "PWM");
+  c.key("SYSTEM_BUZZER_FREQ", ec.buzzer_freq);
+  for (int n = 1; n <= ec.power_supplies; ++n) c.key("REDUNDANT_POWER_" + std::to_string(n), "EC");
+}
+
+// A Super I/O board reads its sensors through hwmon0: temperature channel 1 is the CPU,
+// channel 2 the system; fan channel 1 the CPU fan, the others system fans.
+void superio_board(Conf& c, const SuperIoSpec& sio) {
+  c.section("System Enclosure");
+  c.key("SIO_DEVICE", sio.chip);
+  c.key("PWR_RECOVERY_UNIT", "SIO");
+  if (!sio.temps.empty()) c.key("CPU_TEMP_UNIT", "SIO:1");
+  if (sio.temps.size() > 1) c.key("SYSTEM_TEMP_UNIT", "SIO:2");
+  int fans = static_cast<int>(sio.fans.size());
+  c.key("MAX_CPU_FAN_NUM", fans > 0 ? 1 : 0);
+  c.key("MAX_FAN_NUM", fans > 1 ? fans - 1 : 0);
+  fan_section(c, "CPU FAN", "SIO", fans > 0 ? 1 : 0, 1);
+  fan_section(c, "System FAN", "SIO", fans > 1 ? fans - 1 : 0, 2);
+  if (sio.pins.empty()) return;
+  c.section("System IO");
+  for (const auto& [key, pin] : sio.pins) c.key(key, "SIO:" + std::to_string(pin));
+}
+
 }  // namespace
 
 std::string dev_bus(const std::string& pci) { return pci.size() > 5 ? pci.substr(5) : pci; }
@@ -151,6 +199,8 @@ std::string model_conf_text(const Scenario& sc) {
   cache_disks(c, sc);
   usb_ports(c, sc);
   pcie_slots(c, sc);
+  if (sc.ec.fitted) ec_board(c, sc.ec);
+  if (sc.superio.fitted) superio_board(c, sc.superio);
   for (const ModelSection& m : sc.model_extra) {
     c.section(m.name);
     for (const auto& [k, v] : m.keys) c.key(k, v);

@@ -73,6 +73,35 @@ struct Disk {
   int form = 2;          // 2 3.5", 3 2.5", 7 M.2
 };
 
+// An embedded controller board ([ec]): SIO_DEVICE "IT8528". Temperatures in degrees, fans
+// by their top speed in rpm (0: not fitted), in the order of the board's indexes.
+struct EcSpec {
+  bool fitted = false;
+  std::string firmware = "QE28V100";
+  std::vector<int> cpu_temps;     // indexes 0, 1
+  std::vector<int> system_temps;  // 5-7
+  std::vector<int> env_temps;     // 15-38
+  std::vector<int> cpu_fans;      // 6, 7
+  std::vector<int> system_fans;   // 0-4
+  int power_supplies = 0;         // 0-2, with supply fans 10, 11 and temperatures 10, 11
+  std::vector<int> psu_temps;
+  std::vector<int> psu_fans;
+  bool eup = true;
+  int buzzer_freq = 50;
+};
+
+// A Super I/O board ([superio]): the chip, its hardware monitor (hwmon0, temperature
+// channel 1 the CPU, 2 on the system sensors; fan channel 1 the CPU fan, 2 on the system
+// fans) and the pins of the front panel.
+struct SuperIoSpec {
+  bool fitted = false;
+  std::string chip = "IT87";  // IT87, F71869A, F81866A, NCT5523
+  std::vector<int> temps;
+  std::vector<int> fans;
+  // "System IO" key and pin ("STATUS_RED_LED", 52), in the order given.
+  std::vector<std::pair<std::string, int>> pins;
+};
+
 // Sections of the model description passed through unchanged ("[model <Section>]").
 struct ModelSection {
   std::string name;
@@ -96,6 +125,8 @@ struct Scenario {
   std::vector<Slot> slots;
   std::vector<Disk> disks;
   std::vector<ModelSection> model_extra;
+  EcSpec ec;
+  SuperIoSpec superio;
 
   const Controller* controller(std::string_view name) const;
   const Unit* unit(std::string_view name) const;

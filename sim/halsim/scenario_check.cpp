@@ -183,12 +183,31 @@ bool disk_fits(const Scenario& sc, const Disk& d, const Slot& s) {
   return d.kind == DiskKind::usb;
 }
 
+// One chip carries the board; its pins exist on that chip.
+bool check_board(const Scenario& sc, std::string& error) {
+  if (sc.ec.fitted && sc.superio.fitted)
+    return fail(error, "[ec] and [superio]: a board has an embedded controller or a Super I/O chip, not both");
+  const EcSpec& ec = sc.ec;
+  if (ec.psu_temps.size() > static_cast<size_t>(ec.power_supplies) ||
+      ec.psu_fans.size() > static_cast<size_t>(ec.power_supplies))
+    return fail(error, "[ec]: psu_temps and psu_fans name at most power_supplies supplies");
+  const SuperIoSpec& sio = sc.superio;
+  auto [low, high] = sio.chip == "IT87"      ? std::pair{1, 8}
+                     : sio.chip == "F81866A" ? std::pair{0, 4}
+                     : sio.chip == "F71869A" ? std::pair{0, 7}
+                                             : std::pair{1, 0};
+  for (const auto& [key, pin] : sio.pins)
+    if (pin / 10 < low || pin / 10 > high)
+      return fail(error, "[superio]: " + key + " pin " + std::to_string(pin) + " is not a pin of " + sio.chip);
+  return true;
+}
+
 bool check_scenario(Scenario& sc, std::string& error) {
   if (sc.name.empty()) return fail(error, "[appliance]: name is required");
   if (sc.display_name.empty()) sc.display_name = sc.name;
   if (sc.slots_of("root").empty()) return fail(error, "the appliance needs at least one root slot");
   return check_names(sc, error) && check_controllers(sc, error) && check_units(sc, error) && check_slots(sc, error) &&
-         check_disks(sc, error);
+         check_disks(sc, error) && check_board(sc, error);
 }
 
 const Controller* Scenario::controller(std::string_view n) const {

@@ -54,6 +54,12 @@ class KeyReader {
   void boolean(const std::string& k, const std::string& v, bool& out) {
     if (!parse_bool(v, out)) fail(k + " '" + v + "' is not yes or no");
   }
+  void list(const std::string& k, const std::string& v, std::vector<int>& out, long long lo,
+            long long hi, size_t max) {
+    if (!parse_number_list(v, out, lo, hi) || out.size() > max)
+      fail(k + " '" + v + "' is not a list of at most " + std::to_string(max) + " numbers from " +
+           std::to_string(lo) + " to " + std::to_string(hi));
+  }
 
  private:
   const RawSection& s_;
@@ -223,6 +229,65 @@ bool read_disk(const RawSection& s, std::string name, Scenario& sc, std::string&
   return true;
 }
 
+// Degrees and top fan speeds the chips can report.
+constexpr long long kMaxCelsius = 127;
+constexpr long long kMaxRpm = 20000;
+
+bool read_ec(const RawSection& s, Scenario& sc, std::string& error) {
+  KeyReader r(s, error);
+  EcSpec& ec = sc.ec;
+  ec.fitted = true;
+  return r.each([&](const std::string& k, const std::string& v) {
+    if (k == "firmware") {
+      if (v.size() > 8) r.fail("firmware '" + v + "' is longer than 8 characters");
+      ec.firmware = v;
+    } else if (k == "cpu_temps") r.list(k, v, ec.cpu_temps, 0, kMaxCelsius, 2);
+    else if (k == "system_temps") r.list(k, v, ec.system_temps, 0, kMaxCelsius, 3);
+    else if (k == "env_temps") r.list(k, v, ec.env_temps, 0, kMaxCelsius, 24);
+    else if (k == "cpu_fans") r.list(k, v, ec.cpu_fans, 0, kMaxRpm, 2);
+    else if (k == "system_fans") r.list(k, v, ec.system_fans, 0, kMaxRpm, 5);
+    else if (k == "power_supplies") r.integer(k, v, ec.power_supplies, 0, 2);
+    else if (k == "psu_temps") r.list(k, v, ec.psu_temps, 0, kMaxCelsius, 2);
+    else if (k == "psu_fans") r.list(k, v, ec.psu_fans, 0, kMaxRpm, 2);
+    else if (k == "eup") r.boolean(k, v, ec.eup);
+    else if (k == "buzzer_freq") r.integer(k, v, ec.buzzer_freq, 0, 100);
+    else return false;
+    return true;
+  });
+}
+
+// Scenario keys of the front-panel pins and the "System IO" keys they become.
+constexpr std::pair<const char*, const char*> kPinKeys[] = {
+    {"status_red_led", "STATUS_RED_LED"}, {"status_green_led", "STATUS_GREEN_LED"},
+    {"power_led", "POWER_LED"},           {"usb_led", "FRONT_USB_LED"},
+    {"usb_copy_button", "USB_COPY_BUTTON"}, {"reset_button", "RESET_BUTTON"},
+};
+
+bool read_superio(const RawSection& s, Scenario& sc, std::string& error) {
+  KeyReader r(s, error);
+  SuperIoSpec& sio = sc.superio;
+  sio.fitted = true;
+  return r.each([&](const std::string& k, const std::string& v) {
+    if (k == "chip") {
+      if (v != "IT87" && v != "F71869A" && v != "F81866A" && v != "NCT5523")
+        r.fail("chip '" + v + "' is not IT87, F71869A, F81866A or NCT5523");
+      sio.chip = v;
+      return true;
+    }
+    if (k == "temps") return r.list(k, v, sio.temps, 0, 255, 6), true;
+    if (k == "fans") return r.list(k, v, sio.fans, 0, kMaxRpm, 6), true;
+    for (const auto& [key, io_key] : kPinKeys)
+      if (k == key) {
+        int pin = 0;
+        r.integer(k, v, pin, 0, 87);
+        if (pin % 10 > 7) r.fail(k + " '" + v + "' is not a pin (group and bit 0-7, such as 52)");
+        sio.pins.emplace_back(io_key, pin);
+        return true;
+      }
+    return false;
+  });
+}
+
 bool read_section(const RawSection& s, Scenario& sc, std::string& error) {
   const std::string& n = s.name;
   auto after = [&](std::string_view prefix) { return std::string(trim(n.substr(prefix.size()))); };
@@ -231,6 +296,8 @@ bool read_section(const RawSection& s, Scenario& sc, std::string& error) {
   if (n.starts_with("unit ")) return read_unit(s, after("unit "), sc, error);
   if (n.starts_with("slot ")) return read_slot(s, after("slot "), sc, error);
   if (n.starts_with("disk ")) return read_disk(s, after("disk "), sc, error);
+  if (n == "ec") return read_ec(s, sc, error);
+  if (n == "superio") return read_superio(s, sc, error);
   if (n.starts_with("model ")) {
     sc.model_extra.push_back({after("model "), s.keys});
     return true;

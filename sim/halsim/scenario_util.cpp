@@ -96,6 +96,19 @@ bool parse_int_list(std::string_view s, std::vector<int>& out) {
   return !out.empty();
 }
 
+bool parse_number_list(std::string_view s, std::vector<int>& out, long long lo, long long hi) {
+  out.clear();
+  if (trim(s).empty()) return true;
+  while (true) {
+    size_t comma = s.find(',');
+    long long v = 0;
+    if (!parse_number(trim(s.substr(0, comma)), v) || v < lo || v > hi) return false;
+    out.push_back(static_cast<int>(v));
+    if (comma == std::string_view::npos) return true;
+    s = s.substr(comma + 1);
+  }
+}
+
 bool split_slot_range(std::string_view s, std::string& enclosure, int& first, int& last) {
   size_t slash = s.rfind('/');
   if (slash == std::string_view::npos || slash == 0) return false;

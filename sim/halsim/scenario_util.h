@@ -18,6 +18,8 @@ bool valid_pci_address(std::string_view s);
 bool parse_pci_id(std::string_view s, unsigned& vendor, unsigned& device);
 // "4-7", "0,1,2", "1,4-5"; ascending or not, no duplicates, values 0 to 255.
 bool parse_int_list(std::string_view s, std::vector<int>& out);
+// "45, 38, 38": numbers from lo to hi, repeats allowed; empty text is an empty list.
+bool parse_number_list(std::string_view s, std::vector<int>& out, long long lo, long long hi);
 // "root/1" or "root/1-8" (first <= last, 1 to 100).
 bool split_slot_range(std::string_view s, std::string& enclosure, int& first, int& last);
 // "4T", "960G", "500M", "2048K" (decimal units, as disks are sold) or a plain byte count;

@@ -1,4 +1,4 @@
-#include "board/board_lock.h"
+#include "board/drivers/board_lock.h"
 
 #include <signal.h>
 #include <sys/sem.h>

@@ -1,8 +1,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "board/ec.h"
-#include "board/ec_mailbox.h"
+#include "board/drivers/ec/ec.h"
+#include "board/drivers/ec/ec_mailbox.h"
 #include "sim/ec_model.h"
 #include "tests/board/chip_fixture.h"
 

@@ -1,6 +1,7 @@
 #include <string>
 
-#include "board/sio.h"
+#include "board/dispatch/se_sys.h"
+#include "board/drivers/sio/sio.h"
 #include "sim/superio_model.h"
 #include "tests/board/chip_fixture.h"
 
@@ -83,25 +84,28 @@ TEST_F(SioTest, PinsAreActiveLowOnEveryFamilyAndTheBaseIsReadOnce) {
 TEST_F(SioTest, TheIt87BlinkEngineTakesThePinFromTheSecondEngine) {
   sim::SuperIoModel& m = fit(Chip::kIt87, "IT87",
                              "STATUS_RED_LED = SIO:52\nSTATUS_GREEN_LED = SIO:53\nPOWER_LED = sio:54\n");
-  ASSERT_EQ(sio_sys_blink_status_led(2, 1), 0);
+  ASSERT_EQ(board::se_sys_blink_status_led("root", 2, 1), 0);
   EXPECT_EQ(m.led(52), Led::kBlink1);
   EXPECT_EQ(m.led(53), Led::kBlink2);
-  ASSERT_EQ(sio_sys_blink_status_led(1, 1), 0);  // green moves to engine 1
+  ASSERT_EQ(board::se_sys_blink_status_led("root", 1, 1), 0);  // green moves to engine 1
   EXPECT_EQ(m.reg(7, 0xF8), 0x2B);                // bit 3 | group 5 << 3
   EXPECT_EQ(m.reg(7, 0xF9), 0);
   EXPECT_EQ(m.reg(7, 0xFA), 0);
   EXPECT_EQ(m.reg(7, 0xFB), 1);
   EXPECT_EQ(m.led(53), Led::kBlink1);
-  ASSERT_EQ(sio_sys_set_status_led(1, 1), 0);  // steady again
+  ASSERT_EQ(board::se_sys_set_status_led("root", 1, 1), 0);  // steady again
   EXPECT_EQ(m.led(53), Led::kOn);
-  EXPECT_EQ(sio_sys_set_power_led(1), -1);  // "sio" is not "SIO"
-  EXPECT_EQ(sio_sys_set_status_led(2, 1), -1);
+  ASSERT_EQ(board::se_sys_blink_status_led("root", 0, 0), 0);  // red stops blinking, off
+  EXPECT_EQ(m.led(52), Led::kOff);
+  EXPECT_EQ(board::se_sys_set_power_led("root", 1), -1);  // "sio" is not "SIO"
+  EXPECT_EQ(m.led(54), Led::kOff);
 }
 
 TEST_F(SioTest, FintekChipsHaveNoBlinkEngine) {
-  fit(Chip::kF71869A, "F71869A", "STATUS_RED_LED = SIO:34\n");
-  EXPECT_EQ(sio_sys_blink_status_led(0, 1), -1);
-  EXPECT_EQ(sio_sys_set_status_led(0, 1), 0);
+  sim::SuperIoModel& m = fit(Chip::kF71869A, "F71869A", "STATUS_RED_LED = SIO:34\n");
+  EXPECT_EQ(board::se_sys_blink_status_led("root", 0, 1), -1);
+  EXPECT_EQ(board::se_sys_set_status_led("root", 0, 1), 0);
+  EXPECT_EQ(m.led(34), Led::kOn);
 }
 
 TEST_F(SioTest, PowerRecoveryModesOnEveryFamily) {

@@ -120,6 +120,13 @@ TEST(HalsimScenario, MistakesAreRefusedWithTheirReason) {
       {"disk without size", with(kBase, "size = 1T\n", ""), "model, serial and size are required"},
       {"size with junk", with(kBase, "size = 1T", "size = 1TB"), "size '1TB'"},
       {"name with blank", with(kBase, "[disk a]", "[disk a b]"), "names are letters"},
+      {"two board chips", kBase + "[ec]\n[superio]\n", "not both"},
+      {"too many cpu fans", kBase + "[ec]\ncpu_fans = 1, 2, 3\n", "at most 2 numbers"},
+      {"hotter than a byte", kBase + "[ec]\ncpu_temps = 300\n", "from 0 to 127"},
+      {"supply fans without supplies", kBase + "[ec]\npsu_fans = 4000\n", "at most power_supplies"},
+      {"unknown chip", kBase + "[superio]\nchip = W83627\n", "chip 'W83627'"},
+      {"pin bit 8", kBase + "[superio]\nstatus_red_led = 58\n", "is not a pin"},
+      {"pin of another chip", kBase + "[superio]\nchip = F81866A\nreset_button = 52\n", "not a pin of F81866A"},
   };
   for (const BadCase& c : cases) {
     std::string error;
@@ -207,6 +214,28 @@ TEST(HalsimModel, PassThroughSectionsOverrideAndExtend) {
   EXPECT_NE(conf.find("MAX_FAN_NUM = 2\n"), std::string::npos);
   EXPECT_NE(conf.find("[System Disk 1]\nDEV_BUS = 00:17.0\nDEV_PORT = 0\nSLOT_NAME = Left\n"), std::string::npos) << conf;
   EXPECT_NE(conf.find("[System IO]\nBUZZER = EC\n"), std::string::npos);
+}
+
+TEST(HalsimModel, TheBoardChipNamesTheUnitOfEveryBoardFunction) {
+  std::string error;
+  auto ec = parse_scenario(kBase + "[ec]\ncpu_temps = 40\nsystem_fans = 2000, 2000\ncpu_fans = 3000\n"
+                                   "power_supplies = 1\n", error);
+  ASSERT_TRUE(ec) << error;
+  std::string conf = model_conf_text(*ec);
+  for (const char* want : {"SIO_DEVICE = IT8528\n", "CPU_TEMP_UNIT = EC\n", "MAX_FAN_NUM = 2\n",
+                           "[System FAN]\nFAN_UNIT = EC\nFAN_1 = I1\nFAN_2 = I2\n",
+                           "[CPU FAN]\nFAN_UNIT = EC\nFAN_1 = I7\n", "REDUNDANT_POWER_1 = EC\n"})
+    EXPECT_NE(conf.find(want), std::string::npos) << want << conf;
+  EXPECT_EQ(conf.find("REDUNDANT_POWER_2"), std::string::npos);
+  EXPECT_EQ(conf.find("SYSTEM_TEMP_UNIT"), std::string::npos);  // no system sensors fitted
+
+  auto sio = parse_scenario(kBase + "[superio]\ntemps = 40, 30\nfans = 2000, 1500, 1500\nstatus_red_led = 52\n", error);
+  ASSERT_TRUE(sio) << error;
+  conf = model_conf_text(*sio);
+  for (const char* want : {"SIO_DEVICE = IT87\n", "CPU_TEMP_UNIT = SIO:1\n", "SYSTEM_TEMP_UNIT = SIO:2\n",
+                           "[CPU FAN]\nFAN_UNIT = SIO\nFAN_1 = I1\n",
+                           "[System FAN]\nFAN_UNIT = SIO\nFAN_1 = I2\nFAN_2 = I3\n", "STATUS_RED_LED = SIO:52\n"})
+    EXPECT_NE(conf.find(want), std::string::npos) << want << conf;
 }
 
 }  // namespace

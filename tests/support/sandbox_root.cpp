@@ -8,7 +8,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "board/board_lock.h"
+#include "board/drivers/board_lock.h"
 #include "foundation/err_trace.h"
 #include "tests/support/test_files.h"
 

@@ -77,6 +77,18 @@ BAYHAL_TOOL_API int bayhal_tool_board_fan(int index, double *value, int *status)
    model description gives none. */
 BAYHAL_TOOL_API int bayhal_tool_board_facts(int *ec, int *mcu_spec);
 
+/* The board's chips at register level (docs/board.md): an embedded-controller register (a
+   16-bit address) read or written, its firmware version; the Super I/O chip's id, a GPIO pin
+   read (set < 0: *value 1 while the line is low) or driven (set 0 or 1), a pin handed to a
+   blink engine. 0, or the driver's code: -EBUSY (the controller did not answer in time),
+   -ENXIO, -1 (refused: see the library log). */
+BAYHAL_TOOL_API int bayhal_tool_ec_get_reg(unsigned reg, unsigned char *value);
+BAYHAL_TOOL_API int bayhal_tool_ec_set_reg(unsigned reg, unsigned char value);
+BAYHAL_TOOL_API int bayhal_tool_ec_fw_version(char *buf, int size);
+BAYHAL_TOOL_API int bayhal_tool_sio_chip_id(unsigned *id);
+BAYHAL_TOOL_API int bayhal_tool_sio_gpio(int pin, int set, int *value);
+BAYHAL_TOOL_API int bayhal_tool_sio_blink(int pin, int engine);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,10 +1,10 @@
-#include "board/ec_mailbox.h"
+#include "board/drivers/ec/ec_mailbox.h"
 
 #include <cerrno>
 #include <optional>
 
 #include "bayhal/ERR_TRACE.h"
-#include "board/port_access.h"
+#include "board/drivers/ioport/port_access.h"
 #include "foundation/clock.h"
 #include "transport/port_io.h"
 

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string_view>
 
-#include "board/board_lock.h"
+#include "board/drivers/board_lock.h"
 
 namespace bayhal {
 

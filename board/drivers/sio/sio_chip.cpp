@@ -1,13 +1,12 @@
-#include "board/sio_chip.h"
+#include "board/drivers/sio/sio_chip.h"
 
 #include <atomic>
 #include <string>
 
 #include "bayhal/ERR_TRACE.h"
-#include "board/port_access.h"
-#include "board/sio.h"
-#include "foundation/store_files.h"
-#include "ini/ini_store.h"
+#include "board/drivers/ioport/port_access.h"
+#include "board/drivers/sio/sio.h"
+#include "model/board_keys.h"
 #include "transport/port_io.h"
 
 namespace bayhal {
@@ -45,8 +44,7 @@ const SioChip* sio_chip_by_name(std::string_view name) {
 }
 
 const SioChip* sio_board_chip(const char* func) {
-  auto sys = ini::read_section(kModelConf, "System Enclosure");
-  const std::string_view* device = sys ? sys->find("SIO_DEVICE") : nullptr;
+  auto device = model::board_key(model::BoardKey::kSioDevice);
   const SioChip* chip = device ? sio_chip_by_name(*device) : nullptr;
   if (chip == nullptr && func != nullptr) ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): NOT implement.\n", func, __LINE__);
   return chip;

@@ -2,9 +2,9 @@
 // button, power-supply status and the firmware version.
 #include <cstring>
 
-#include "board/ec.h"
-#include "board/ec_regs.h"
-#include "board/ec_session.h"
+#include "board/drivers/ec/ec.h"
+#include "board/drivers/ec/ec_regs.h"
+#include "board/drivers/ec/ec_session.h"
 
 namespace bayhal {
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "bayhal/ERR_TRACE.h"
-#include "board/sio.h"
-#include "board/sio_chip.h"
+#include "board/drivers/sio/sio.h"
+#include "board/drivers/sio/sio_chip.h"
 #include "foundation/sysfs.h"
 
 namespace bayhal {

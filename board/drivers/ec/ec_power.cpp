@@ -1,11 +1,10 @@
 // Power behaviour on the embedded controller: AC power recovery, EuP, the buzzer.
 #include "bayhal/ERR_TRACE.h"
-#include "board/ec.h"
-#include "board/ec_regs.h"
-#include "board/ec_session.h"
+#include "board/drivers/ec/ec.h"
+#include "board/drivers/ec/ec_regs.h"
+#include "board/drivers/ec/ec_session.h"
 #include "foundation/clock.h"
-#include "foundation/store_files.h"
-#include "ini/ini_store.h"
+#include "model/board_keys.h"
 
 namespace bayhal {
 namespace {
@@ -82,8 +81,7 @@ int ec_sys_set_buzzer(int mode) {
               __LINE__);
     return -1;
   }
-  auto io = ini::read_section(kModelConf, "System IO");
-  long long freq = io ? io->get_int("SYSTEM_BUZZER_FREQ").value_or(0) : 0;
+  long long freq = model::system_buzzer_freq().value_or(0);
   if (freq < 0 || freq > 100) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): System Error\n", __func__, __LINE__);
     return -1;

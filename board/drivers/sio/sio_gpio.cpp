@@ -1,9 +1,9 @@
 // GPIO pins of the Super I/O families. The board's LED and button lines are active-low:
 // driving a pin to 1 pulls its line low, and a pin reads 1 while its line is low.
 #include "bayhal/ERR_TRACE.h"
-#include "board/port_access.h"
-#include "board/sio.h"
-#include "board/sio_chip.h"
+#include "board/drivers/ioport/port_access.h"
+#include "board/drivers/sio/sio.h"
+#include "board/drivers/sio/sio_chip.h"
 #include "transport/port_io.h"
 
 namespace bayhal {

@@ -1,4 +1,4 @@
-#include "board/board_lock.h"
+#include "board/drivers/board_lock.h"
 
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -92,14 +92,15 @@ int change(int semid, short delta) {
   return ::semop(semid, &op, 1);
 }
 
+// The set id taken, or -1.
 int acquire(BoardLockId which, const char* func) {
   for (int attempt = 0; attempt < kTries; ++attempt) {
     LockTable::Entry e = g_locks.get(which);
     int id = e.semid >= 0 ? e.semid : open_set(e.key);
     if (id < 0) continue;
     if (change(id, -1) == 0) {
-      g_locks.remember(which, e.key, id);
-      return 0;
+      if (id != e.semid) g_locks.remember(which, e.key, id);
+      return id;
     }
     g_locks.remember(which, e.key, -1);  // removed or interrupted: open it afresh
   }
@@ -117,25 +118,32 @@ int release(BoardLockId which) {
 
 key_t board_lock_key(BoardLockId id) { return g_locks.get(id).key; }
 
-int acquire_sio_lock() { return acquire(BoardLockId::kSio, __func__); }
+int acquire_sio_lock() { return acquire(BoardLockId::kSio, __func__) >= 0 ? 0 : -1; }
 int release_sio_lock() { return release(BoardLockId::kSio); }
-int acquire_ec_lock() { return acquire(BoardLockId::kEc, __func__); }
+int acquire_ec_lock() { return acquire(BoardLockId::kEc, __func__) >= 0 ? 0 : -1; }
 int release_ec_lock() { return release(BoardLockId::kEc); }
 
 BoardLock::BoardLock(BoardLockId id)
-    : id_(id), held_((id == BoardLockId::kSio ? acquire_sio_lock() : acquire_ec_lock()) == 0) {}
+    : semid_(acquire(id, id == BoardLockId::kSio ? "acquire_sio_lock" : "acquire_ec_lock")) {}
 
+// Given back on the set it was taken from, whatever happened to the table since.
 BoardLock::~BoardLock() {
-  if (held_) release(id_);
+  if (semid_ >= 0) change(semid_, 1);
 }
 
-int board_locks_remove() {
-  if (sys_root().empty()) return -1;
+int board_locks_remove() { return board_locks_remove(sys_root()); }
+
+int board_locks_remove(std::string_view root) {
+  while (!root.empty() && root.back() == '/') root.remove_suffix(1);
+  if (root.empty()) return -1;
   int rc = 0;
+  std::string r(root);
+  for (key_t key : {derived_key(r, kSioLockKey), derived_key(r, kEcLockKey)}) {
+    int id = ::semget(key, 1, 0);
+    if (id >= 0 && ::semctl(id, 0, IPC_RMID) != 0) rc = -1;
+  }
   for (BoardLockId which : {BoardLockId::kSio, BoardLockId::kEc}) {
     LockTable::Entry e = g_locks.get(which);
-    int id = ::semget(e.key, 1, 0);
-    if (id >= 0 && ::semctl(id, 0, IPC_RMID) != 0) rc = -1;
     g_locks.remember(which, e.key, -1);
   }
   return rc;

@@ -1,8 +1,8 @@
 // Temperatures and fans on the embedded controller.
 #include "bayhal/ERR_TRACE.h"
-#include "board/ec.h"
-#include "board/ec_regs.h"
-#include "board/ec_session.h"
+#include "board/drivers/ec/ec.h"
+#include "board/drivers/ec/ec_regs.h"
+#include "board/drivers/ec/ec_session.h"
 
 namespace bayhal {
 namespace {

@@ -12,6 +12,8 @@
 #pragma once
 #include <sys/types.h>
 
+#include <string_view>
+
 namespace bayhal {
 
 enum class BoardLockId { kSio, kEc };
@@ -36,15 +38,16 @@ class BoardLock {
   ~BoardLock();
   BoardLock(const BoardLock&) = delete;
   BoardLock& operator=(const BoardLock&) = delete;
-  bool held() const { return held_; }
+  bool held() const { return semid_ >= 0; }
 
  private:
-  BoardLockId id_;
-  bool held_;
+  int semid_;
 };
 
-// Removes the semaphore sets of the current root (tests and halsim clean up after
-// themselves). Refused at the root "/", whose locks belong to the appliance: -1.
+// Removes the semaphore sets of the current root, or of the system root `root` (tests and
+// halsim clean up after themselves). Refused at the root "/", whose locks belong to the
+// appliance: -1.
 int board_locks_remove();
+int board_locks_remove(std::string_view root);
 
 }  // namespace bayhal

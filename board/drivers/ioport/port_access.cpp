@@ -1,4 +1,4 @@
-#include "board/port_access.h"
+#include "board/drivers/ioport/port_access.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,7 +1,8 @@
 // The Super I/O driver ("sio_sys_"): the chip that "System Enclosure"/SIO_DEVICE names,
 // reached through its configuration ports (0x2E/0x2F) and its GPIO ports, and its hardware
 // monitor through the kernel's driver (hwmon0). Results: 0 on success, -1 on failure; outputs
-// are set to their neutral values first.
+// are set to their neutral values first. The board dispatch reaches these through the
+// family's table (sio_driver.cpp), which turns an LED or a button into its pin.
 //
 // Pins are named as the chips' own documents name them and as the model description writes
 // them after "SIO:": the tens are the group (IT87 simple-I/O set GP1x..GP8x, Fintek GPIO port
@@ -20,18 +21,6 @@ int sio_sys_get_gpio_val(int pin, int* value);
 int sio_sys_set_gpio_val(int pin, int value);
 // Hands a pin to the chip's blink engine `engine` (1 or 2; IT87 only).
 int sio_sys_blink_gpio(int pin, int engine);
-
-// LEDs and buttons wired to the pins that "System IO" names ("SIO:<pin>").
-// led 0 red, 1 green; blink also takes 2, both.
-int sio_sys_set_status_led(int led, int on);
-int sio_sys_blink_status_led(int led, int on);
-int sio_sys_set_power_led(int on);
-int sio_sys_blink_power_led(int on);
-int sio_sys_set_usb_led(int on);
-int sio_sys_blink_usb_led(int on);
-// 1 while pressed.
-int sio_sys_get_usb_button(int* pressed);
-int sio_sys_get_reset_button(int* pressed);
 
 // AC power recovery: 0 power on when AC returns, 2 restore the last state, 3 stay off.
 int sio_sys_set_power_recovery_mode(int mode);

@@ -1,7 +1,7 @@
-#include "board/ec_session.h"
+#include "board/drivers/ec/ec_session.h"
 
 #include "bayhal/ERR_TRACE.h"
-#include "board/ec_mailbox.h"
+#include "board/drivers/ec/ec_mailbox.h"
 
 namespace bayhal {
 

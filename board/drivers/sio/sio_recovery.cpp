@@ -1,8 +1,8 @@
 // AC power recovery on the Super I/O chips. The library's modes: 0 power on when AC
 // returns, 2 restore the state before the loss, 3 stay off.
 #include "bayhal/ERR_TRACE.h"
-#include "board/sio.h"
-#include "board/sio_chip.h"
+#include "board/drivers/sio/sio.h"
+#include "board/drivers/sio/sio_chip.h"
 
 namespace bayhal {
 namespace {

@@ -3,7 +3,7 @@
 #pragma once
 #include <cstdint>
 
-#include "board/board_lock.h"
+#include "board/drivers/board_lock.h"
 
 namespace bayhal {
 

@@ -1,6 +1,7 @@
 // A sandbox root with a sysfs builder, a model description and device models, for the
 // discovery tests.
 #pragma once
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -11,6 +12,16 @@
 #include "tests/support/sandbox_root.h"
 
 namespace bayhal::test {
+
+// The identity fields discovery fills, in one line: port, type, vendor, model, serial,
+// revision, capacity x sector size, rotation, capabilities, link speed, driver.
+inline std::string summary(const PD_INFO& i) {
+  char buf[512];
+  std::snprintf(buf, sizeof buf, "p%d t%d %s|%s|%s|%s %lldx%d r%d c%x l%d %s", i.port_id, i.type,
+                i.vendor, i.model, i.serial_no, i.revision, i.capacity, i.sector_size,
+                i.rotation_speed, i.capabilities, i.link_speed, i.pd_driver_name);
+  return buf;
+}
 
 class DiskSysTest : public SandboxTest {
  protected:

@@ -159,32 +159,26 @@ TEST_F(SeQueryTest, KeyReaders) {
   std::strcpy(info.serial, "SN1");
   std::strcpy(info.wwn, "5000c500aa");
   se_write_conf(0, &info);
-  uint32_t word = 7;
-  EXPECT_EQ(SE_Get_Capability(0, &word), 0);
-  EXPECT_EQ(word, 0x80400000u);
-  EXPECT_EQ(SE_Get_Ext_Capability(0, &word), 0);
-  EXPECT_EQ(word, 5u);
-  EXPECT_EQ(SE_Get_Capability(9, &word), -1);
-  EXPECT_EQ(word, 5u);  // untouched
+  uint32_t cap = 7, ext = 0, cacheable = 0;
+  EXPECT_EQ(SE_Get_Capability(0, &cap) + SE_Get_Ext_Capability(0, &ext) +
+                SE_Get_Cacheable_Port_Bitmap(0, &cacheable),
+            0);
+  EXPECT_EQ(std::vector<uint32_t>({cap, ext, cacheable}), std::vector<uint32_t>({0x80400000u, 5, 3}));
+  EXPECT_EQ(SE_Get_Capability(9, &ext), -1);
+  EXPECT_EQ(ext, 5u);  // untouched
   EXPECT_EQ(SE_Get_Capability(0, nullptr), -1);
-  EXPECT_EQ(SE_Get_Cacheable_Port_Bitmap(0, &word), 0);
-  EXPECT_EQ(word, 3u);
-  char buf[64];
-  EXPECT_EQ(SE_Get_Parent_Sys_Id(0, buf, sizeof buf), 0);
-  EXPECT_STREQ(buf, "root");
+  char parent[32], model[32], wwn[32];
   int port = 0;
-  EXPECT_EQ(SE_Get_Parent_Port_Id(0, &port), 0);
-  EXPECT_EQ(port, 4);
-  EXPECT_EQ(SE_Get_Model(0, buf, sizeof buf), 0);
-  EXPECT_STREQ(buf, "BX-8");
-  EXPECT_EQ(SE_Get_WWN(0, buf, sizeof buf), 0);
-  EXPECT_STREQ(buf, "5000C500AA");
-  EXPECT_EQ(SE_Get_TEMP_Num(0), 3);
-  EXPECT_EQ(SE_Get_FAN_Num(0), 2);
-  EXPECT_EQ(SE_Get_CPU_FAN_Num(0), 1);
-  EXPECT_EQ(SE_Get_Factory_CPU_FAN_Count(0), 2);
-  EXPECT_EQ(SE_Get_Default_CPU_FAN_Count(0), 2);  // no default recorded: the factory count
-  EXPECT_EQ(SE_Get_Extran_FAN_Region_Num(0), 0);
+  EXPECT_EQ(SE_Get_Parent_Sys_Id(0, parent, sizeof parent) + SE_Get_Parent_Port_Id(0, &port) +
+                SE_Get_Model(0, model, sizeof model) + SE_Get_WWN(0, wwn, sizeof wwn),
+            0);
+  EXPECT_EQ(std::string(parent) + " " + std::to_string(port) + " " + model + " " + wwn,
+            "root 4 BX-8 5000C500AA");
+  // Counts; no default CPU fan count recorded: the factory count.
+  EXPECT_EQ(std::vector<int>({SE_Get_TEMP_Num(0), SE_Get_FAN_Num(0), SE_Get_CPU_FAN_Num(0),
+                              SE_Get_Factory_CPU_FAN_Count(0), SE_Get_Default_CPU_FAN_Count(0),
+                              SE_Get_Extran_FAN_Region_Num(0)}),
+            std::vector<int>({3, 2, 1, 2, 2, 0}));
   EXPECT_EQ(SE_Get_PD_Port_Num(0), 0);
   EXPECT_EQ(SE_Get_PD_Port_Num(5), 0);
   EXPECT_NE(trace_log(root).find("get enc 5 max_disk_num = 0!"), std::string::npos);

@@ -184,49 +184,6 @@ TEST_F(DeviceModelTest, NvmeControllerIdentify) {
   EXPECT_EQ(scsi_inquiry("/dev/nvme0", -1, inq, sizeof inq), -1);
 }
 
-TEST_F(DeviceModelTest, OpticalDriveAndUsbBridges) {
-  models.add("/dev/sg2", std::make_shared<sim::OpticalDriveModel>(sim::OpticalSpec{}));
-  InquiryData odd = inquiry("/dev/sg2");
-  EXPECT_EQ(odd.peripheral_type, 5);
-  EXPECT_TRUE(odd.removable);
-  DeviceCommand tur;
-  EXPECT_EQ(scsi_test_unit_ready("/dev/sg2", &tur), -1);
-  EXPECT_EQ(tur.sense_key(), 0x02);
-  EXPECT_EQ(tur.asc(), 0x3a) << "medium not present";
-  uint64_t blocks = 0;
-  uint32_t len = 0;
-  EXPECT_EQ(scsi_read_capacity("/dev/sg2", blocks, len), -1);
-
-  sim::AtaDiskSpec behind;
-  behind.model = "ST2000LM015-2E8174";
-  auto disk = std::make_shared<sim::SataDiskModel>(behind);
-  sim::UsbBridgeSpec sat;
-  sat.vendor = "Seagate";
-  sat.product = "Expansion";
-  models.add("/dev/sg5", std::make_shared<sim::UsbBridgeModel>(sat, disk));
-  EXPECT_EQ(inquiry("/dev/sg5").vendor, "Seagate");
-  uint8_t id_page[512];
-  ASSERT_EQ(ata_identify("/dev/sg5", id_page), 0);
-  AtaIdentity id;
-  ASSERT_TRUE(ata_identify_parse(id_page, sizeof id_page, id));
-  EXPECT_EQ(id.model, behind.model);
-  ASSERT_EQ(scsi_read_capacity("/dev/sg5", blocks, len), 0);
-  EXPECT_EQ(blocks, behind.sectors);
-
-  sim::UsbBridgeSpec plain = sat;
-  plain.sat_passthrough = false;
-  models.add("/dev/sg6", std::make_shared<sim::UsbBridgeModel>(plain, disk));
-  EXPECT_EQ(ata_identify("/dev/sg6", id_page), -1);
-
-  sim::UsbBridgeSpec reader;
-  reader.vendor = "Generic-";
-  reader.product = "SD/MMC CRW";
-  reader.removable = true;
-  models.add("/dev/sg7", std::make_shared<sim::UsbBridgeModel>(reader, nullptr));
-  EXPECT_TRUE(inquiry("/dev/sg7").removable);
-  EXPECT_EQ(scsi_read_capacity("/dev/sg7", blocks, len), -1) << "no card";
-}
-
 TEST_F(DeviceModelTest, UnknownNodesAndTheRealBackendFailCleanly) {
   DeviceCommand cmd;
   cmd.cdb_len = 6;

@@ -201,54 +201,5 @@ TEST_F(SysfsBuilderTest, BlockAndControllerLinksMatchRealMachines) {
   }
 }
 
-TEST_F(SysfsBuilderTest, AhciHostsStartWhereAskedAndCarryTheirLinkSpeed) {
-  SysfsBuilder b(root.dir());
-  std::string ahci = b.pci_device("0000:00:17.0", {}, PciSpec(0x8086, 0xa352, 0x010601, "ahci"));
-  auto ports = b.ahci(ahci, 4, 2, 3);
-  ASSERT_EQ(ports.size(), 4u);
-  EXPECT_EQ(ports[1].host, 3);
-  EXPECT_EQ(ports[1].host_dir, ahci + "/ata4/host3");
-  BlockSpec disk("sdc");
-  disk.sata_spd = "3.0 Gbps";
-  std::string unit = b.ahci_disk(ports[1], disk);
-  EXPECT_EQ(unit, ahci + "/ata4/host3/target3:0:0/3:0:0:0");
-  EXPECT_EQ(root.read("/sys/class/ata_link/link4/sata_spd"), "3.0 Gbps\n");
-  EXPECT_EQ(root.read("/sys/class/scsi_host/host3/device/target3:0:0/3:0:0:0/block/sdc/size"),
-            "0\n");
-  EXPECT_TRUE(fs::is_directory(root.path("/sys/bus/pci/devices/0000:00:17.0/driver/module")));
-  EXPECT_EQ(link_text(root.path("/sys/bus/pci/drivers/ahci/module")), "../../../../module/ahci");
-  EXPECT_TRUE(root.exists("/dev/sdc"));
-  EXPECT_TRUE(root.exists("/dev/sg0"));
-}
-
-TEST_F(SysfsBuilderTest, LibsasTargetsAndHubsAndParavirtualDisks) {
-  SysfsBuilder b(root.dir());
-  auto hba = b.sas_hba(b.pci_device("0000:02:00.0"), 5, {0, 1, 2, 3}, "0x5001", "hisi_sas");
-  EndDeviceSpec end;
-  end.channel_target = true;
-  std::string unit = b.sas_direct_disk(hba, {1}, end, BlockSpec("sda"));
-  EXPECT_EQ(fs::path(unit).parent_path().filename(), "target5:0:0");
-  b.sas_direct_disk(hba, {2}, end, BlockSpec("sdb"));
-  EXPECT_TRUE(root.exists("/sys/class/sas_end_device/end_device-5:1"));
-  EXPECT_TRUE(root.exists("/sys/class/scsi_host/host5/device/port-5:1/end_device-5:1/"
-                          "target5:1:0/5:1:0:0/block/sdb"));
-
-  std::string x = b.pci_device("0000:00:14.0");
-  auto root_hub = b.usb_root_hub(x, 3, 10000, 4);
-  auto hub = b.usb_device(root_hub, 2, sim::UsbSpec(0x05e3, 0x0626, "GL", "Hub", 10000, 4));
-  auto disk = b.usb_device(hub, 3);
-  EXPECT_EQ(disk.name, "3-2.3");
-  auto units = b.usb_storage(disk, 7, {BlockSpec("sdc"), BlockSpec("sdd")});
-  ASSERT_EQ(units.size(), 2u);
-  EXPECT_EQ(units[1], x + "/usb3/3-2/3-2.3/3-2.3:1.0/host7/target7:0:0/7:0:0:1");
-  EXPECT_EQ(root.read("/sys/bus/usb/devices/3-2.3/speed"), "5000\n");
-
-  b.virtio_blk(b.pci_device("0000:00:05.0"), 2, "vdb", 2048);
-  EXPECT_EQ(root.read("/sys/block/vdb/dev"), "252:16\n");
-  b.xen_vbd(51712, "xvda", 4096);
-  EXPECT_EQ(resolved(root.dir(), "sys/block/xvda"), "sys/devices/vbd-51712/block/xvda");
-  EXPECT_TRUE(root.exists("/dev/xvda"));
-}
-
 }  // namespace
 }  // namespace bayhal::test

@@ -146,6 +146,15 @@ TEST_F(EncIdsTest, DisplayNameIsRefreshedWhenTheUnitComesBackChanged) {
   EXPECT_EQ(ini_get(kMap, "Index", "enc_32"), "MV-J8-AB12");
 }
 
+TEST_F(EncIdsTest, AlreadyRegisteredIdentityIsNotAllocatedTwice) {
+  attach_root();
+  SE_ENC_INFO again = make_record("root", SE_CAP_INTERNAL, 0);
+  int id = -5;
+  EXPECT_EQ(se_get_id("root", &id, &again), -1);
+  EXPECT_EQ(id, 0);
+  EXPECT_FALSE(bit_set(kMap, 1));
+}
+
 TEST_F(EncIdsTest, UniqueIdRules) {
   struct Row { const char* name; SE_ENC_INFO info; const char* uid; };
   SE_ENC_INFO root_like = make_record("root_usb");

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # The demo: builds bayhal, brings the sample appliance (examples/appliances/sample.ini) to life
 # with halsim on a temporary system root, and drives it with hal_tool the way the appliance's
-# start-up code and its hot-plug handler would. Leaves nothing running and nothing behind.
+# start-up code and its hot-plug handler would; then shows its board (an embedded controller)
+# and the board of a second appliance with a Super I/O chip (examples/appliances/
+# sio_sample.ini). Leaves nothing running and nothing behind.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/deps.sh
@@ -10,12 +12,16 @@ cmake --build build -j"$(nproc)" --target hal_tool halsim
 tool=build/tools/hal_tool/hal_tool
 sim=build/sim/halsim/halsim
 root=$(mktemp -d /tmp/bayhal-demo-XXXXXX)
+sio_root=$(mktemp -d /tmp/bayhal-demo-sio-XXXXXX)
+roots=("$root" "$sio_root")
 
 cleanup() {
-  "$sim" --root "$root" stop >/dev/null 2>&1 || true
-  # A daemon that did not answer is ended by the pid it recorded.
-  if [ -f "$root/run/halsim.pid" ]; then kill -9 "$(cat "$root/run/halsim.pid")" 2>/dev/null || true; fi
-  rm -rf "$root"
+  for r in "${roots[@]}"; do
+    "$sim" --root "$r" stop >/dev/null 2>&1 || true
+    # A daemon that did not answer is ended by the pid it recorded.
+    if [ -f "$r/run/halsim.pid" ]; then kill -9 "$(cat "$r/run/halsim.pid")" 2>/dev/null || true; fi
+    rm -rf "$r"
+  done
 }
 trap cleanup EXIT
 
@@ -70,6 +76,31 @@ for p in udevadm pd_attach pd_detach; do
     "$(tail -n 1 "$root/calls/$p.log" 2>/dev/null)"
 done
 
+step "the board: the chip behind each function, read through the embedded controller's mailbox"
+hal board --read
+hal ec fw
+
+step "the controller's registers: the status LED blinks red, the USB copy button is pressed"
+hal ec set 0x155 4
+halsim press usb_copy
+hal ec get 0x143
+halsim board
+echo "the last accesses of the exchange, as the controller saw them (process, port, in/out, byte):"
+halsim board log 8
+halsim stop
+
+step "a second appliance, whose board is an IT87 Super I/O chip with hwmon0 (under $sio_root)"
+root=$sio_root
+halsim start examples/appliances/sio_sample.ini
+hal board --read
+hal sio id
+
+step "its front panel: the green LED on (GP53), the red one on the blink engine (GP52), a button"
+hal sio gpio 53 on
+hal sio blink 52
+halsim press usb_copy
+hal sio gpio 21
+halsim board
 halsim stop
 echo
 echo "demo finished in $((SECONDS - began)) s after the build"

@@ -1,6 +1,7 @@
 // The buzzer: the device the board has for it, and the beep patterns played on devices that
 // only know a short and a long beep.
 #include "bayhal/ERR_TRACE.h"
+#include "bayhal/SE.h"
 #include "board/dispatch/dispatch.h"
 #include "board/dispatch/se_sys.h"
 #include "foundation/clock.h"
@@ -11,8 +12,6 @@
 namespace bayhal::board {
 namespace {
 
-constexpr unsigned kCapPic = 0x400000;
-constexpr unsigned kCapLegacyMcu = 0x10000;
 constexpr int kControllerPlays = 0x100;  // a controller plays pattern | 0x100 by itself
 constexpr char kBuzzerLock[] = "/var/lock/buzzer.lck";
 
@@ -26,24 +25,25 @@ struct Step {
 
 struct Pattern {
   int first, last;  // the pattern numbers it serves
-  Step steps[3];
   int count;
-  Step emcu_steps[3];  // the enhanced microcontroller's gaps, where they differ
+  Step steps[3];
+  bool emcu_differs;   // the enhanced microcontroller keeps other gaps
+  Step emcu_steps[3];
 };
 
 constexpr Pattern kPatterns[] = {
-    {0, 0, {{kShort, 0}}, 1, {}},
-    {101, 101, {{kShort, 0}}, 1, {}},
-    {1, 1, {{kLong, 0}}, 1, {}},
-    {100, 100, {{kLong, 0}}, 1, {}},
-    {2, 2, {{kShort, 1000}, {kShort, 1000}, {kShort, 0}}, 3, {}},
-    {3, 7, {{kLong, 2000}, {kLong, 0}}, 2, {}},
-    {10, 11, {{kLong, 2000}, {kLong, 0}}, 2, {}},
-    {15, 20, {{kLong, 2000}, {kLong, 0}}, 2, {}},
-    {8, 9, {{kLong, 2000}, {kLong, 2000}, {kLong, 0}}, 3, {}},
-    {12, 13, {{kLong, 500}, {kShort, 250}, {kShort, 0}}, 3,
+    {0, 0, 1, {{kShort, 0}}, false, {}},
+    {101, 101, 1, {{kShort, 0}}, false, {}},
+    {1, 1, 1, {{kLong, 0}}, false, {}},
+    {100, 100, 1, {{kLong, 0}}, false, {}},
+    {2, 2, 3, {{kShort, 1000}, {kShort, 1000}, {kShort, 0}}, false, {}},
+    {3, 7, 2, {{kLong, 2000}, {kLong, 0}}, false, {}},
+    {10, 11, 2, {{kLong, 2000}, {kLong, 0}}, false, {}},
+    {15, 20, 2, {{kLong, 2000}, {kLong, 0}}, false, {}},
+    {8, 9, 3, {{kLong, 2000}, {kLong, 2000}, {kLong, 0}}, false, {}},
+    {12, 13, 3, {{kLong, 500}, {kShort, 250}, {kShort, 0}}, true,
      {{kLong, 2000}, {kShort, 750}, {kShort, 0}}},
-    {14, 14, {{kShort, 125}, {kShort, 125}, {kShort, 0}}, 3,
+    {14, 14, 3, {{kShort, 125}, {kShort, 125}, {kShort, 0}}, true,
      {{kShort, 625}, {kShort, 625}, {kShort, 0}}},
 };
 
@@ -56,8 +56,7 @@ const Pattern* find_pattern(int pattern) {
 int play(const char* who, Family f, int pattern) {
   const Pattern* p = find_pattern(pattern);
   if (p == nullptr) return 0;  // an unknown pattern plays nothing
-  bool own_gaps = f == Family::kEmcu && p->emcu_steps[0].gap_ms + p->emcu_steps[1].gap_ms > 0;
-  const Step* steps = own_gaps ? p->emcu_steps : p->steps;
+  const Step* steps = f == Family::kEmcu && p->emcu_differs ? p->emcu_steps : p->steps;
   for (int i = 0; i < p->count; ++i) {
     int rc = call_driver(who, f, &Driver::beep, Target{}, steps[i].beep);
     if (rc < 0) return rc;
@@ -70,9 +69,9 @@ int root_set_buzzer(int pattern) {
   unsigned cap = model::system_cap();
   UniqueFd lock = ini::lock_exclusive(sys_path(kBuzzerLock));
   if (!lock) return -1;
-  if (cap & kCapPic)
+  if (cap & SE_CAP_PIC)
     return call_driver(__func__, Family::kPic, &Driver::send_command, Target{}, pattern | kControllerPlays);
-  if (cap & kCapLegacyMcu)
+  if (cap & SE_CAP_MCU)
     return call_driver(__func__, Family::kMcu, &Driver::send_command, Target{}, pattern | kControllerPlays);
   if (mcu_family() == Family::kEmcu) return play(__func__, Family::kEmcu, pattern);
   if (select_function(Function::kBuzzer).choice != nullptr)

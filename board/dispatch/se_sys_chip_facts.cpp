@@ -3,14 +3,13 @@
 #include <strings.h>
 
 #include "bayhal/ERR_TRACE.h"
+#include "bayhal/SE.h"
 #include "board/dispatch/dispatch.h"
 #include "board/dispatch/se_sys.h"
 #include "model/model_keys.h"
 
 namespace bayhal::board {
 namespace {
-
-constexpr unsigned kCapLegacyMcu = 0x10000;
 
 struct SpecName {
   const char* name;
@@ -68,7 +67,7 @@ int se_sys_ck_mcu_sp_and_get_spec(const char* enc_sys_id, int* spec) {
   }
   auto value = model::board_key(model::BoardKey::kMcuSpec);
   if (!value) {
-    if (!(model::system_cap() & kCapLegacyMcu)) return -1;
+    if (!(model::system_cap() & SE_CAP_MCU)) return -1;
     *spec = -1;
     return 0;
   }

@@ -4,10 +4,13 @@
 #include "foundation/err_trace.h"
 
 #include <fcntl.h>
+#include <pthread.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -19,6 +22,7 @@
 #include "foundation/clock.h"
 #include "foundation/export.h"
 #include "foundation/sysroot.h"
+#include "foundation/trusted_path.h"
 
 namespace bayhal {
 namespace {
@@ -35,9 +39,6 @@ struct TraceState {
   char path[128] = "/var/log/hal_lib.log";
   bool rotation = true;
   struct timespec stamp {};
-  // The process name is fixed at exec; it is read once per process id, not per line.
-  pid_t name_pid = 0;
-  char name[256] = "";
 };
 TraceState g_state;
 
@@ -90,20 +91,68 @@ void reload_control_file() {
   g_state.stamp = st.st_mtim;
 }
 
-const char* process_name(pid_t pid) {
-  if (g_state.name_pid == pid) return g_state.name;
-  g_state.name[0] = '\0';
-  char comm[64];
-  std::snprintf(comm, sizeof comm, "/proc/%d/comm", static_cast<int>(pid));
-  int fd = ::open(comm, O_RDONLY | O_CLOEXEC);
-  if (fd >= 0) {
-    ssize_t n = ::read(fd, g_state.name, sizeof g_state.name - 1);
-    ::close(fd);
-    // The last byte read is the kernel's newline; an empty read leaves an empty name.
-    if (n > 0) g_state.name[n - 1] = '\0';
+// A line break inside a record (from an argument, or a process name) would start a forged
+// record: each becomes the two characters "\n" or "\r". Escapes [from, end) of `text` in
+// place; returns the new end, at most `cap`.
+template <size_t N>
+size_t escape_line_breaks(char (&text)[N], size_t from, size_t end, size_t cap) {
+  size_t first = from;
+  while (first < end && text[first] != '\n' && text[first] != '\r') ++first;
+  if (first == end) return end;
+  char rest[N];
+  std::memcpy(rest, text + first, end - first);
+  size_t out = first;
+  for (size_t i = 0; i < end - first; ++i) {
+    char c = rest[i];
+    bool brk = c == '\n' || c == '\r';
+    if (out + (brk ? 2 : 1) > cap) break;
+    if (brk) {
+      text[out++] = '\\';
+      c = c == '\n' ? 'n' : 'r';
+    }
+    text[out++] = c;
   }
-  g_state.name_pid = pid;
-  return g_state.name;
+  return out;
+}
+
+// True in the process's main thread. Once the main thread is known its pthread handle is
+// compared, which spares a system call on every line; a forked child (another process id)
+// or another thread asks the kernel.
+bool in_main_thread(pid_t pid) {
+  static std::atomic<pid_t> known_pid{0};
+  static std::atomic<pthread_t> known_thread{};
+  pthread_t self = ::pthread_self();
+  if (known_pid.load(std::memory_order_acquire) == pid &&
+      ::pthread_equal(known_thread.load(std::memory_order_relaxed), self))
+    return true;
+  if (::gettid() != pid) return false;
+  known_thread.store(self, std::memory_order_relaxed);
+  known_pid.store(pid, std::memory_order_release);
+  return true;
+}
+
+// The process name as it is now: a process may rename itself (prctl) at any time. The
+// main thread asks the kernel directly; another thread reads the main thread's name.
+void process_name(pid_t pid, char (&name)[256]) {
+  ssize_t n = 0;
+  if (in_main_thread(pid)) {
+    char comm[16] = "";
+    if (::prctl(PR_GET_NAME, comm) == 0) {
+      n = static_cast<ssize_t>(::strnlen(comm, sizeof comm));
+      std::memcpy(name, comm, static_cast<size_t>(n));
+    }
+  } else {
+    char path[64];
+    std::snprintf(path, sizeof path, "/proc/%d/comm", static_cast<int>(pid));
+    int fd = ::open(path, O_RDONLY | O_CLOEXEC);
+    if (fd >= 0) {
+      n = ::read(fd, name, sizeof name - 1);
+      ::close(fd);
+    }
+    // The last byte read is the kernel's newline; an empty read leaves an empty name.
+    n = n > 0 ? n - 1 : 0;
+  }
+  name[escape_line_breaks(name, 0, static_cast<size_t>(n), sizeof name - 1)] = '\0';
 }
 
 // Writes `v` in decimal, right-aligned in `width` with `pad` (wider numbers are not cut).
@@ -124,7 +173,8 @@ char* put_number(char* p, unsigned long v, int width, char pad) {
 size_t format_prefix(char (&line)[kRecordSize], std::time_t now, pid_t pid) {
   struct tm tm {};
   localtime_r(&now, &tm);
-  const char* name = process_name(pid);
+  char name[256];
+  process_name(pid, name);
   size_t name_len = std::strlen(name);
   if (tm.tm_year < -1900 || tm.tm_year > 9999 - 1900 || name_len > 255) {
     int p = std::snprintf(line, kRecordSize, "%04d-%02d-%02d %02d:%02d:%02d [%5d %-15s] ",
@@ -170,6 +220,7 @@ size_t format_record(char (&line)[kRecordSize], std::time_t now, pid_t pid, cons
     --text;
   else if (counted >= kRecordSize - 1)
     text = kRecordSize - 2;  // no room left for the newline and terminator
+  text = escape_line_breaks(line, used, text, kRecordSize - 2);
   line[text] = '\n';
   line[text + 1] = '\0';
   return text + 1;
@@ -185,18 +236,19 @@ bool set_lock(int fd, short type, int cmd) {
   }
 }
 
-int open_log(const char* log) {
-  return ::open(log, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+// The log is never reached through another user's link or file (trusted_path.h), and it
+// is not made writable for everyone. `st` is its status, for the size check.
+int open_log(const char* log, struct stat& st) {
+  return open_trusted(log, O_WRONLY | O_APPEND | O_CREAT, 0644, nullptr, &st).release();
 }
 
 // Opens the log for appending, first moving it to ".bak" when it has grown past the
 // limit. Runs under the lock, so the size seen is the size of the file at the path.
 // The size comes from the open descriptor: one path walk fewer on every written line.
-int open_rotated_log(const char* log) {
-  int fd = open_log(log);
-  if (fd < 0 || !g_state.rotation) return fd;
+int open_rotated_log(const char* log, bool may_rotate) {
   struct stat st {};
-  if (::fstat(fd, &st) != 0 || st.st_size <= kRotateAbove) return fd;
+  int fd = open_log(log, st);
+  if (fd < 0 || !g_state.rotation || !may_rotate || st.st_size <= kRotateAbove) return fd;
   char bak[sizeof(SysPath) + 8];
   std::snprintf(bak, sizeof bak, "%s.bak", log);
   if (::rename(log, bak) != 0) {
@@ -204,12 +256,12 @@ int open_rotated_log(const char* log) {
     return fd;  // keep appending to the old file rather than lose the line
   }
   ::close(fd);
-  return open_log(log);
+  return open_log(log, st);
 }
 
-void append_record(const char* line, size_t len) {
+void append_record(const char* line, size_t len, bool may_rotate) {
   SysPath log(g_state.path);
-  int fd = open_rotated_log(log.c_str());
+  int fd = open_rotated_log(log.c_str(), may_rotate);
   if (fd < 0) {
     report_to_kmsg("open log file failed", __LINE__, errno);
     return;
@@ -228,14 +280,22 @@ int trace_v(unsigned level, const char* format, va_list args) {
   size_t len =
       format_record(line, clock().now(), ::getpid(), format != nullptr ? format : "", args);
 
+  // The lock file is made 0700 by whoever comes first; one another user made is replaced,
+  // so nobody can hold root's traces up. A caller that may not use the lock (root's, for a
+  // user process) still writes its line, unlocked: appends are whole lines, and only the
+  // rotation needs the lock, which such a caller then leaves alone.
   SysPath lock_path(kLockFile);
-  int lock = ::open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0700);
+  int lock = open_trusted(lock_path.c_str(), O_RDWR | O_CREAT, 0700).release();
   if (lock < 0) {
-    report_to_kmsg("open file lock failed", __LINE__, errno);
-    return -1;
+    if (errno != EACCES && errno != EPERM) {
+      report_to_kmsg("open file lock failed", __LINE__, errno);
+      return -1;
+    }
+    append_record(line, len, false);
+    return 0;
   }
   if (!set_lock(lock, F_WRLCK, F_SETLKW)) report_to_kmsg("fcntl failed", __LINE__, errno);
-  append_record(line, len);
+  append_record(line, len, true);
   if (!set_lock(lock, F_UNLCK, F_SETLK)) report_to_kmsg("fcntl failed", __LINE__, errno);
   ::close(lock);
   return 0;

@@ -12,6 +12,7 @@
 #include "foundation/clock.h"
 #include "foundation/sysfs.h"
 #include "foundation/sysroot.h"
+#include "foundation/trusted_path.h"
 
 #include "foundation/c_boundary.h"
 #include "foundation/export.h"
@@ -45,13 +46,22 @@ BAYHAL_EXPORT int fork_orphaned(void) try {
 
 BAYHAL_EXPORT long hal_get_system_uptime(void) try { return bayhal::clock().uptime(); } BAYHAL_C_BOUNDARY(0L)
 
+// The uptime files live in "/tmp" and "/var": written by replacement, never through
+// another user's link or file.
 BAYHAL_EXPORT int hal_set_last_uptime(const char* path) try {
-  if (path == nullptr) return -1;
-  FILE* f = std::fopen(bayhal::sys_path(path).c_str(), "w");
-  if (f == nullptr) return -1;
-  std::fprintf(f, "%ld\n", hal_get_system_uptime());
-  std::fclose(f);
-  return 0;
+  if (path == nullptr || path[0] != '/') return -1;
+  bayhal::SysPath file(path);
+  bayhal::Place place;
+  bayhal::Refusal why;
+  if (!file.ok() || bayhal::resolve_place(file.c_str(), true, place, &why) != 0) {
+    if (errno == ELOOP)
+      ERR_TRACE(HAL_TRACE_ERROR, "%s: %s leads through the symbolic link %s of uid %u; not written\n",
+                __func__, path, why.name, static_cast<unsigned>(why.owner));
+    return -1;
+  }
+  char text[32];
+  int n = std::snprintf(text, sizeof text, "%ld\n", hal_get_system_uptime());
+  return bayhal::replace_at(__func__, path, place, {text, static_cast<size_t>(n)}, 0644, false);
 } BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT long hal_get_last_uptime(const char* path) try {

@@ -7,11 +7,10 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
-#include <climits>
-#include <cstdlib>
 #include <cstring>
 
 #include "bayhal/ERR_TRACE.h"
+#include "foundation/trusted_path.h"
 #include "foundation/unique_fd.h"
 #include "ini/ini_lock.h"
 #include "ini/ini_text.h"
@@ -22,54 +21,6 @@ namespace {
 // Store files are a few KB to a few hundred; the first read normally takes all of it.
 constexpr size_t kInitialRead = 128 * 1024;
 constexpr size_t kMaxFile = 64u * 1024 * 1024;
-
-bool write_all(int fd, std::string_view data) {
-  while (!data.empty()) {
-    ssize_t n = ::write(fd, data.data(), data.size());
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    data.remove_prefix(static_cast<size_t>(n));
-  }
-  return true;
-}
-
-void fsync_dir_of(const std::string& path) {
-  size_t slash = path.rfind('/');
-  std::string dir = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
-  UniqueFd d(::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (d) ::fsync(d.get());
-}
-
-// Writes `data` to "<target>.tmp" and renames it over `target`. The temporary name is
-// fixed: only the lock holder writes it, and a killed writer's leftover is simply
-// truncated by the next one. Readers never open it.
-int replace_file(const char* who, const std::string& target, std::string_view data,
-                 mode_t mode, bool durable) {
-  std::string tmp = target + ".tmp";
-  UniqueFd fd(::open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, mode));
-  if (!fd) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot create %s: %s\n", who, tmp.c_str(), std::strerror(errno));
-    return -1;
-  }
-  if (!write_all(fd.get(), data) || (durable && ::fsync(fd.get()) != 0)) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot write %s: %s\n", who, tmp.c_str(), std::strerror(errno));
-    fd.reset();
-    ::unlink(tmp.c_str());
-    return -1;
-  }
-  // O_CREAT's mode only applies to a new temporary, and the umask trims it; a chmod is a
-  // journalled metadata change, so it is made only when the mode really differs.
-  struct stat st {};
-  if (::fstat(fd.get(), &st) != 0 || (st.st_mode & 07777) != mode) ::fchmod(fd.get(), mode);
-  if (::close(fd.release()) != 0 || ::rename(tmp.c_str(), target.c_str()) != 0) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot replace %s: %s\n", who, target.c_str(),
-              std::strerror(errno));
-    ::unlink(tmp.c_str());
-    return -1;
-  }
-  if (durable) fsync_dir_of(target);
-  return 0;
-}
 
 // Applies `edit` and then each edit chained to it, each to the previous result; `now` is the
 // final text, in one of this thread's two edit buffers.
@@ -158,8 +109,30 @@ FileBuffer& read_buffer() {
 }
 
 bool check_file(const char* who, const char* file) {
-  if (file != nullptr && *file != '\0') return true;
-  ERR_TRACE(HAL_TRACE_ERROR, "%s: no file given\n", who);
+  if (file == nullptr || *file == '\0') {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: no file given\n", who);
+    return false;
+  }
+  if (*file != '/') {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is not an absolute path\n", who, file);
+    return false;
+  }
+  return true;
+}
+
+bool store_place(const char* who, const char* file, Place& out) {
+  if (!check_file(who, file)) return false;
+  SysPath path(file);
+  if (!check_resolved(who, file, path)) return false;
+  Refusal why;
+  if (resolve_place(path.c_str(), true, out, &why) == 0) return true;
+  if (errno == ELOOP && why.name[0] != '\0')
+    ERR_TRACE(HAL_TRACE_ERROR,
+              "%s: %s leads through the symbolic link %s of uid %u, which only root or this "
+              "user may make, in a directory no one else can write: nothing written\n",
+              who, file, why.name, static_cast<unsigned>(why.owner));
+  else
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot reach %s: %s\n", who, file, std::strerror(errno));
   return false;
 }
 
@@ -198,23 +171,12 @@ bool is_persistent(std::string_view appliance_path) {
 
 int locked_update(const char* who, const char* file,
                   int (*decide)(std::string_view text, Edit& edit, void* ctx), void* ctx) {
-  if (!check_file(who, file)) return -1;
-  SysPath path(file);
-  if (!check_resolved(who, file, path)) return -1;
-  WriteLock lock(lock_path_of(path.view()));
+  Place store;
+  if (!store_place(who, file, store)) return -1;
+  WriteLock lock(who, store);
   if (!lock.ok()) return -1;
 
-  std::string target(path.view());
-  constexpr int kRead = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
-  UniqueFd fd(::open(target.c_str(), kRead | O_NOFOLLOW));
-  if (!fd && errno == ELOOP) {
-    // A symlinked store stays a symlink: the rename replaces the file it points at.
-    char real[PATH_MAX];
-    if (::realpath(target.c_str(), real) != nullptr) {
-      target = real;
-      fd.reset(::open(target.c_str(), kRead));
-    }
-  }
+  UniqueFd fd(::openat(store.dir.get(), store.name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
   thread_local FileBuffer in;
   in.clear();
   mode_t mode = 0644;
@@ -225,8 +187,9 @@ int locked_update(const char* who, const char* file,
       return -1;
     }
     mode = st.st_mode & 07777;
-    if (in.read_from(fd.get(), target.c_str(), who) < 0) return -1;
+    if (in.read_from(fd.get(), file, who) < 0) return -1;
   } else if (errno != ENOENT) {
+    // ELOOP: it became a link after it was resolved; the next write looks again.
     ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot open %s: %s\n", who, file, std::strerror(errno));
     return -1;
   }
@@ -238,7 +201,7 @@ int locked_update(const char* who, const char* file,
   EditResult r = apply_chain(in.view(), edit, now, &foreign);
   if (foreign != 0) note_foreign_line(who, file, foreign);
   if (r == EditResult::unchanged) return 0;
-  return replace_file(who, target, now, mode, is_persistent(file)) == 0 ? 1 : -1;
+  return replace_at(who, file, store, now, mode, is_persistent(file)) == 0 ? 1 : -1;
 }
 
 int update(const char* who, const char* file, const Edit& edit) {

@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "foundation/sysroot.h"
+#include "foundation/trusted_path.h"
 #include "ini/ini_edit.h"
 
 namespace bayhal::ini {
@@ -37,7 +38,7 @@ class FileBuffer {
 
 FileBuffer& read_buffer();
 
-// A caller's path: false (traced as `who`) when it is null or empty.
+// A caller's path: false (traced as `who`) when it is null, empty or relative.
 bool check_file(const char* who, const char* file);
 // Its resolution: false (traced) when it did not fit.
 bool check_resolved(const char* who, const char* file, const SysPath& path);
@@ -47,6 +48,10 @@ bool check_resolved(const char* who, const char* file, const SysPath& path);
 void note_foreign_line(const char* who, std::string_view file, size_t line);
 // The same for a whole text: reads call it on a miss, which has scanned the file anyway.
 void note_foreign_lines(const char* who, std::string_view file, std::string_view text);
+
+// Where a write of the store `file` lands: its links are followed only when trusted (see
+// foundation/trusted_path.h). False, traced as `who`, when refused or unreachable.
+bool store_place(const char* who, const char* file, Place& out);
 
 // Files under /etc/config survive power loss: they are fsync'ed before the rename.
 bool is_persistent(std::string_view appliance_path);

@@ -1,20 +1,22 @@
 #include "ini/ini_lock.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <unordered_map>
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
 #include "foundation/c_boundary.h"
 #include "foundation/export.h"
-#include "foundation/sysroot.h"
+#include "ini/ini_file.h"
 
 namespace bayhal::ini {
 namespace {
@@ -35,11 +37,17 @@ int ofd_lock(int fd, short type, off_t start, bool wait) {
   return rc;
 }
 
+// "<name>.lck"; false when that is too long a name.
+bool lock_name(const Place& store, char (&name)[NAME_MAX + 1]) {
+  int n = std::snprintf(name, sizeof name, "%s.lck", store.name);
+  return n > 0 && static_cast<size_t>(n) < sizeof name;
+}
+
 // Still the file at the path: not deleted, not replaced by a newer lock file.
-bool is_current(int fd, const std::string& path) {
-  struct stat a {}, b {};
-  if (::fstat(fd, &a) != 0 || ::stat(path.c_str(), &b) != 0) return false;
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+bool is_current(const LockFile& lf, const Place& store, const char* name) {
+  struct stat st {};
+  return ::fstatat(store.dir.get(), name, &st, AT_SYMLINK_NOFOLLOW) == 0 &&
+         st.st_dev == lf.id.dev && st.st_ino == lf.id.ino;
 }
 
 struct Holder {
@@ -48,15 +56,20 @@ struct Holder {
   int depth;
 };
 
-// Locks held through handles, by lock path. A mutex only guards the table itself; it is
-// never held while waiting for a file lock.
+// Locks held through handles, by lock file. A mutex only guards the table itself; it is
+// never held while waiting for a file lock, and a fork never copies it taken (the
+// handlers below), or a child would hang on its first write.
 struct HeldTable {
   std::mutex mu;
-  std::unordered_map<std::string, Holder> by_path;
+  std::map<LockId, Holder> by_id;
 };
 
 HeldTable& held() {
   static HeldTable t;
+  static const int registered = ::pthread_atfork([] { held().mu.lock(); },
+                                                 [] { held().mu.unlock(); },
+                                                 [] { held().mu.unlock(); });
+  (void)registered;
   return t;
 }
 
@@ -64,43 +77,54 @@ bool is_me(const Holder& h) { return h.pid == ::getpid() && h.tid == ::gettid();
 
 }  // namespace
 
-std::string lock_path_of(std::string_view resolved_store) {
-  std::string p(resolved_store);
-  p += ".lck";
-  return p;
+bool open_lock(const char* who, const Place& store, LockFile& out) {
+  char name[NAME_MAX + 1];
+  if (!lock_name(store, name)) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: the lock file name of %s is too long\n", who, store.name);
+    return false;
+  }
+  Refusal why;
+  struct stat st {};
+  out.fd = open_trusted_at(store.dir.get(), name, O_RDWR | O_CREAT, 0600, &why, &st);
+  if (!out.fd) {
+    if (errno == EPERM)
+      ERR_TRACE(HAL_TRACE_ERROR, "%s: lock file %s belongs to uid %u and cannot be replaced\n",
+                who, why.name, static_cast<unsigned>(why.owner));
+    else
+      ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot open %s: %s\n", who, name, std::strerror(errno));
+    return false;
+  }
+  out.id = {st.st_dev, st.st_ino};
+  return true;
 }
 
-UniqueFd lock_exclusive(const std::string& lock_path) {
+bool take_lock(const char* who, const Place& store, LockFile& lf) {
+  char name[NAME_MAX + 1];
+  if (!lock_name(store, name)) return false;
   for (int attempt = 0;; ++attempt) {
-    UniqueFd fd(::open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644));
-    if (!fd) {
-      ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot open %s: %s\n", __func__, lock_path.c_str(),
-                std::strerror(errno));
-      return {};
-    }
-    if (ofd_lock(fd.get(), F_WRLCK, kLockByte, false) != 0) {
+    if (ofd_lock(lf.fd.get(), F_WRLCK, kLockByte, false) != 0) {
       if (errno != EAGAIN && errno != EACCES) {
-        ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot lock %s: %s\n", __func__, lock_path.c_str(),
-                  std::strerror(errno));
-        return {};
+        ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot lock %s: %s\n", who, name, std::strerror(errno));
+        return false;
       }
       // Announce ourselves as a waiter for as long as we wait.
-      ofd_lock(fd.get(), F_RDLCK, kWaiterByte, true);
-      int rc = ofd_lock(fd.get(), F_WRLCK, kLockByte, true);
+      ofd_lock(lf.fd.get(), F_RDLCK, kWaiterByte, true);
+      int rc = ofd_lock(lf.fd.get(), F_WRLCK, kLockByte, true);
       int err = errno;
-      ofd_lock(fd.get(), F_UNLCK, kWaiterByte, false);
+      ofd_lock(lf.fd.get(), F_UNLCK, kWaiterByte, false);
       if (rc != 0) {
-        ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot lock %s: %s\n", __func__, lock_path.c_str(),
-                  std::strerror(err));
-        return {};
+        ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot lock %s: %s\n", who, name, std::strerror(err));
+        return false;
       }
     }
-    if (is_current(fd.get(), lock_path)) return fd;
+    if (is_current(lf, store, name)) return true;
     // The holder before us deleted the file we waited on; lock the one at the path now.
+    unlock(lf.fd);
     if (attempt > 1000) {
-      ERR_TRACE(HAL_TRACE_ERROR, "%s: %s keeps being replaced\n", __func__, lock_path.c_str());
-      return {};
+      ERR_TRACE(HAL_TRACE_ERROR, "%s: %s keeps being replaced\n", who, name);
+      return false;
     }
+    if (!open_lock(who, store, lf)) return false;
   }
 }
 
@@ -118,27 +142,31 @@ bool has_waiters(const UniqueFd& fd) {
   return fl.l_type != F_UNLCK;
 }
 
-bool held_by_this_thread(const std::string& lock_path) {
+bool held_by_this_thread(const LockId& id) {
   HeldTable& t = held();
   std::lock_guard<std::mutex> g(t.mu);
-  auto it = t.by_path.find(lock_path);
-  return it != t.by_path.end() && is_me(it->second);
+  auto it = t.by_id.find(id);
+  return it != t.by_id.end() && is_me(it->second);
 }
 
-WriteLock::WriteLock(const std::string& lock_path) {
-  if (held_by_this_thread(lock_path)) {
+WriteLock::WriteLock(const char* who, const Place& store) {
+  LockFile lf;
+  if (!open_lock(who, store, lf)) return;
+  if (held_by_this_thread(lf.id)) {
     ok_ = true;
     return;
   }
-  fd_ = lock_exclusive(lock_path);
-  ok_ = fd_.valid();
+  if (!take_lock(who, store, lf)) return;
+  fd_ = std::move(lf.fd);
+  ok_ = true;
 }
 
 }  // namespace bayhal::ini
 
 // The exported handle: one open of the lock file, or a nested take by the same thread.
 struct Ini_Conf_Lock {
-  std::string lock_path;
+  bayhal::ini::LockId id;
+  std::string shown;  // the store, for traces
   bayhal::UniqueFd fd;
   pid_t pid = 0;
   pid_t tid = 0;  // the thread the lock was taken for
@@ -154,33 +182,30 @@ using bayhal::ini::Holder;
 
 BAYHAL_EXPORT INI_CONF_LOCK* Ini_Conf_Write_Lock_File(const char* file) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with file(%s).\n", __func__, file ? file : "(null)");
-  if (file == nullptr || *file == '\0') {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: no file given\n", __func__);
-    return nullptr;
-  }
-  bayhal::SysPath path(file);
-  if (!path.ok()) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: path too long: %s\n", __func__, file);
-    return nullptr;
-  }
+  bayhal::Place store;
+  if (!bayhal::ini::store_place(__func__, file, store)) return nullptr;
+  bayhal::ini::LockFile lf;
+  if (!bayhal::ini::open_lock(__func__, store, lf)) return nullptr;
   auto lock = std::make_unique<Ini_Conf_Lock>();
-  lock->lock_path = bayhal::ini::lock_path_of(path.view());
+  lock->id = lf.id;
+  lock->shown = file;
   lock->pid = ::getpid();
   lock->tid = ::gettid();
   auto& t = held();
   {
     std::lock_guard<std::mutex> g(t.mu);
-    auto it = t.by_path.find(lock->lock_path);
-    if (it != t.by_path.end() && bayhal::ini::is_me(it->second)) {
+    auto it = t.by_id.find(lf.id);
+    if (it != t.by_id.end() && bayhal::ini::is_me(it->second)) {
       ++it->second.depth;
       lock->nested = true;
       return lock.release();
     }
   }
-  lock->fd = bayhal::ini::lock_exclusive(lock->lock_path);
-  if (!lock->fd) return nullptr;
+  if (!bayhal::ini::take_lock(__func__, store, lf)) return nullptr;
+  lock->id = lf.id;
+  lock->fd = std::move(lf.fd);
   std::lock_guard<std::mutex> g(t.mu);
-  t.by_path[lock->lock_path] = Holder{::getpid(), ::gettid(), 1};
+  t.by_id[lock->id] = Holder{::getpid(), ::gettid(), 1};
   return lock.release();
 } BAYHAL_C_BOUNDARY(nullptr)
 
@@ -194,14 +219,14 @@ BAYHAL_EXPORT int Ini_Conf_Unlock_File(INI_CONF_LOCK* lock) try {
   if (owned->pid != ::getpid()) {
     // A forked child's copy: the lock belongs to the parent, leave it there.
     ERR_TRACE(HAL_TRACE_ERROR, "%s: handle of %s belongs to process %d\n", __func__,
-              owned->lock_path.c_str(), static_cast<int>(owned->pid));
+              owned->shown.c_str(), static_cast<int>(owned->pid));
     return -1;
   }
   auto& t = held();
   {
     std::lock_guard<std::mutex> g(t.mu);
-    auto it = t.by_path.find(owned->lock_path);
-    bool ours = it != t.by_path.end() && it->second.pid == owned->pid &&
+    auto it = t.by_id.find(owned->id);
+    bool ours = it != t.by_id.end() && it->second.pid == owned->pid &&
                 it->second.tid == owned->tid;
     if (owned->nested) {
       if (ours && it->second.depth > 1) --it->second.depth;
@@ -209,7 +234,7 @@ BAYHAL_EXPORT int Ini_Conf_Unlock_File(INI_CONF_LOCK* lock) try {
     }
     // Forget the holder before letting go: the next holder may be another thread of ours,
     // and its entry must not be erased by this one.
-    if (ours) t.by_path.erase(it);
+    if (ours) t.by_id.erase(it);
   }
   bayhal::ini::unlock(owned->fd);
   return 0;
@@ -227,41 +252,46 @@ BAYHAL_EXPORT int MVC_Lock_File_Removable_After_Unlock(INI_CONF_LOCK* lock) try 
 
 BAYHAL_EXPORT int Ini_Conf_Remove_LCK_File(const char* file) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with file(%s).\n", __func__, file ? file : "(null)");
-  if (file == nullptr || *file == '\0') {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: no file given\n", __func__);
+  bayhal::Place store;
+  if (!bayhal::ini::store_place(__func__, file, store)) return -1;
+  char name[NAME_MAX + 1];
+  if (std::snprintf(name, sizeof name, "%s.lck", store.name) >= static_cast<int>(sizeof name))
     return -1;
+  int dir = store.dir.get();
+  bayhal::UniqueFd fd(::openat(dir, name, O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  if (!fd && errno == ENOENT) return 0;
+  struct stat a {};
+  if (!fd && errno != ELOOP) return -1;
+  if (!fd || (::fstat(fd.get(), &a) == 0 && !S_ISREG(a.st_mode))) {
+    // A link or a FIFO someone put there is no lock of ours: it goes.
+    return ::unlinkat(dir, name, 0) == 0 || errno == ENOENT ? 0 : -1;
   }
-  bayhal::SysPath path(file);
-  if (!path.ok()) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: path too long: %s\n", __func__, file);
-    return -1;
-  }
-  std::string lock_path = bayhal::ini::lock_path_of(path.view());
-  if (bayhal::ini::held_by_this_thread(lock_path)) {
+  if (bayhal::ini::held_by_this_thread({a.st_dev, a.st_ino})) {
     // Deleted under a holder, the next comer would create a fresh file and get in too.
     ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is still held by this thread; unlock first\n", __func__,
-              lock_path.c_str());
+              name);
     return -1;
   }
   // Delete only while holding it, so nobody is inside on the file we unlink.
-  bayhal::UniqueFd fd(::open(lock_path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
-  if (!fd) return errno == ENOENT ? 0 : -1;
   struct flock fl {};
   fl.l_type = F_WRLCK;
   fl.l_whence = SEEK_SET;
   fl.l_start = 0;
   fl.l_len = 1;
   if (::fcntl(fd.get(), F_OFD_SETLK, &fl) != 0) {
-    ERR_TRACE(HAL_TRACE_WARN, "%s: %s is held, not deleted\n", __func__, lock_path.c_str());
+    ERR_TRACE(HAL_TRACE_WARN, "%s: %s is held, not deleted\n", __func__, name);
     return -1;
   }
-  struct stat a {}, b {};
-  if (::fstat(fd.get(), &a) != 0 || ::stat(lock_path.c_str(), &b) != 0 ||
-      a.st_ino != b.st_ino || a.st_dev != b.st_dev)
+  struct stat b {};
+  if (::fstatat(dir, name, &b, AT_SYMLINK_NOFOLLOW) != 0 || a.st_ino != b.st_ino ||
+      a.st_dev != b.st_dev)
     return 0;  // already deleted (and perhaps re-created by someone who now uses it)
-  if (::unlink(lock_path.c_str()) != 0 && errno != ENOENT) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot delete %s: %s\n", __func__, lock_path.c_str(),
-              std::strerror(errno));
+  int rc = ::unlinkat(dir, name, 0);
+  int err = errno;
+  fl.l_type = F_UNLCK;
+  ::fcntl(fd.get(), F_OFD_SETLK, &fl);
+  if (rc != 0 && err != ENOENT) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot delete %s: %s\n", __func__, name, std::strerror(err));
     return -1;
   }
   return 0;

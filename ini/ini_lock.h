@@ -1,41 +1,67 @@
-// The store's per-file write lock. Each store file F has a lock file "F.lck" beside it that
-// is never renamed, so the lock outlives every rewrite of F.
+// The store's per-file write lock. Each store file F has a lock file "F.lck" beside the file
+// actually written (a store reached through a link is locked where the link leads, so
+// writers through either name exclude each other), and it is never renamed, so the lock
+// outlives every rewrite of F.
 //
 // Open-file-description locks (F_OFD_SETLKW) belong to one open of the lock file, not to
 // the process: threads that each open it exclude each other, and closing some other
-// descriptor of the file cannot drop them (the trap of classic fcntl locks). A per-process
-// table remembers which thread holds which lock through a handle, so that thread's own
-// gets and sets of that file go through without deadlocking on itself.
+// descriptor of the file cannot drop them (the trap of classic fcntl locks). Every lock is
+// released by an explicit unlock, never by a close: a child forked meanwhile holds a copy
+// of the descriptor, which would otherwise keep the lock for as long as the child lives.
+// A per-process table remembers which thread holds which lock file through a handle, so
+// that thread's own gets and sets of that file go through without deadlocking on itself.
 //
 // Lock byte 0 is the lock; a waiter holds a shared lock on byte 1 while it waits, which
 // is how a holder learns whether anyone is waiting.
+//
+// Lock files are made 0600: a user who could open one could hold it for ever and starve
+// every writer. One the library did not make (another user's, a FIFO, a link) is replaced.
 #pragma once
-#include <string>
-#include <string_view>
+#include <sys/types.h>
 
+#include <compare>
+
+#include "foundation/trusted_path.h"
 #include "foundation/unique_fd.h"
 
 namespace bayhal::ini {
 
-// "<resolved store path>.lck".
-std::string lock_path_of(std::string_view resolved_store);
+// A lock file's identity: its device and inode.
+struct LockId {
+  dev_t dev = 0;
+  ino_t ino = 0;
+  auto operator<=>(const LockId&) const = default;
+};
 
-// Blocks until this open of `lock_path` holds the exclusive lock and is still the file
-// at that path (a holder may delete the lock file while others wait). Invalid on error.
-UniqueFd lock_exclusive(const std::string& lock_path);
-// Releases the lock of an open taken by lock_exclusive (closing would do it too; the
-// explicit unlock keeps a forked child's copy of the descriptor from holding it).
+// The lock file of a store, open.
+struct LockFile {
+  UniqueFd fd;
+  LockId id;
+};
+
+// Opens, creating as needed, the lock file of the store at `store`; false (traced as `who`)
+// when it cannot be had.
+bool open_lock(const char* who, const Place& store, LockFile& out);
+// Blocks until `lf` holds the exclusive lock and is still the file at its path (a holder
+// may delete the lock file while others wait: it is then opened again). False on error.
+bool take_lock(const char* who, const Place& store, LockFile& lf);
+// Releases the lock of a descriptor that took it.
 void unlock(const UniqueFd& fd);
 // True when some other open of the lock file waits for it.
 bool has_waiters(const UniqueFd& fd);
 
-// True when the calling thread holds `lock_path` through an Ini_Conf_Write_Lock_File handle.
-bool held_by_this_thread(const std::string& lock_path);
+// True when the calling thread holds the lock file `id` through an Ini_Conf_Write_Lock_File
+// handle.
+bool held_by_this_thread(const LockId& id);
 
-// The write lock around one store update: taken unless this thread already holds it.
+// The write lock around one store update: taken unless this thread already holds it, and
+// released explicitly.
 class WriteLock {
  public:
-  explicit WriteLock(const std::string& lock_path);
+  WriteLock(const char* who, const Place& store);
+  ~WriteLock() { unlock(fd_); }
+  WriteLock(const WriteLock&) = delete;
+  WriteLock& operator=(const WriteLock&) = delete;
   bool ok() const { return ok_; }
 
  private:

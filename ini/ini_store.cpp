@@ -56,7 +56,7 @@ namespace {
 
 // The whole file in this thread's read buffer; false when missing or unreadable.
 bool load_text(const char* who, std::string_view file, std::string_view& text) {
-  if (file.empty()) return check_file(who, nullptr);
+  if (file.empty() || file.front() != '/') return check_file(who, std::string(file).c_str());
   SysPath path(file);
   if (!path.ok()) return check_resolved(who, std::string(file).c_str(), path);
   FileBuffer& buf = read_buffer();

@@ -1,6 +1,8 @@
 #include "bayhal/ERR_TRACE.h"
 
+#include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -197,6 +199,50 @@ TEST_F(ErrTrace, MessageWithOrWithoutTrailingNewlineGivesTheSameLine) {
   Strings got = lines();
   ASSERT_EQ(got.size(), 2u);
   EXPECT_EQ(got[0], got[1]);
+}
+
+// A record is one line under the process's name as it is now: a line break in an argument
+// or in the name cannot forge another record, and a renamed process shows its new name.
+TEST_F(ErrTrace, EachRecordIsOneLineUnderTheCurrentName) {
+  char before[16] = "";
+  ASSERT_EQ(::prctl(PR_GET_NAME, before), 0);
+  struct Case {
+    const char* rename;  // nullptr: keep the name
+    const char* arg;
+    const char* name;    // shown; nullptr: the test's own
+    const char* message;
+  } cases[] = {
+      {nullptr, "plain", nullptr, "f(plain)"},
+      {nullptr, "x\n2023-11-14 22:13:20 [    1 init           ] forged", nullptr,
+       "f(x\\n2023-11-14 22:13:20 [    1 init           ] forged)"},
+      {nullptr, "cr\rhere", nullptr, "f(cr\\rhere)"},
+      {"hal_renamed", "after", "hal_renamed", "f(after)"},
+      {"two\nlines", "n", "two\\nlines", "f(n)"},
+  };
+  for (const Case& c : cases) {
+    if (c.rename != nullptr) {
+      ASSERT_EQ(::prctl(PR_SET_NAME, c.rename), 0);
+    }
+    ::unlink(root.path(kLog).c_str());
+    ERR_TRACE(HAL_TRACE_ERROR, "f(%s)\n", c.arg);
+    Strings got = lines();
+    ASSERT_EQ(got.size(), 1u) << c.arg;
+    char prefix[64];
+    std::snprintf(prefix, sizeof prefix, "[%5d %-15s] ", static_cast<int>(::getpid()),
+                  c.name != nullptr ? c.name : before);
+    EXPECT_EQ(got[0].substr(20), prefix + std::string(c.message)) << c.arg;
+  }
+  ::prctl(PR_SET_NAME, before);
+}
+
+// The log is made 0644 whatever the caller's umask: nobody else may rewrite it.
+TEST_F(ErrTrace, LogIsNeverMadeWritableForOthers) {
+  mode_t old = ::umask(0);
+  ERR_TRACE(HAL_TRACE_ERROR, "x\n");
+  ::umask(old);
+  struct stat st {};
+  ASSERT_EQ(::stat(root.path(kLog).c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 07777, 0644u);
 }
 
 TEST_F(ErrTrace, NullFormatWritesAnEmptyMessage) {

@@ -1,12 +1,17 @@
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <thread>
 
 #include "bayhal/hal_common.h"
 #include "tests/foundation/trace_fixture.h"
+#include "tests/support/test_files.h"
 
 namespace bayhal {
 namespace {
@@ -105,6 +110,36 @@ TEST_F(Uptime, SetWritesTheClocksUptimeReplacingTheFileAndGetReadsItBack) {
 TEST_F(Uptime, UnwritablePathGivesMinusOne) {
   EXPECT_EQ(hal_set_last_uptime("/no/such/dir/uptime"), -1);
   EXPECT_EQ(hal_set_last_uptime(nullptr), -1);
+}
+
+// The uptime file must not leak into programs another thread starts meanwhile: a reader
+// caught waiting on a FIFO shows how it opened its descriptor.
+TEST_F(Uptime, DescriptorsAreClosedOnExec) {
+  std::string fifo = root.path("/var/run/up_fifo");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  long got = -1;
+  std::thread reader([&] { got = hal_get_last_uptime("/var/run/up_fifo"); });
+  int w = ::open(fifo.c_str(), O_WRONLY | O_CLOEXEC);
+  ASSERT_GE(w, 0);
+  std::string flags;
+  for (int spin = 0; spin < 1'000'000 && flags.empty(); ++spin) {
+    for (const auto& e : std::filesystem::directory_iterator("/proc/self/fd")) {
+      std::error_code ec;
+      int fd = std::stoi(e.path().filename().string());
+      if (fd != w && std::filesystem::read_symlink(e.path(), ec).string() == fifo) {
+        std::string info = test::read_file("/proc/self/fdinfo/" + std::to_string(fd));
+        size_t at = info.find("flags:");
+        if (at != std::string::npos) flags = info.substr(at + 6, info.find('\n', at) - at - 6);
+      }
+    }
+    if (flags.empty()) ::sched_yield();
+  }
+  ASSERT_EQ(::write(w, "42\n", 3), 3);
+  ::close(w);
+  reader.join();
+  EXPECT_EQ(got, 42);
+  ASSERT_FALSE(flags.empty()) << "the reader's descriptor was never seen";
+  EXPECT_NE(std::stoul(flags, nullptr, 8) & O_CLOEXEC, 0u) << flags;
 }
 
 TEST_F(Uptime, BadFilesReadAsZeroAndOnlyUnparsableOnesAreTraced) {

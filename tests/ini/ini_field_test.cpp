@@ -1,4 +1,6 @@
 // Key operations of the store through the exported C calls, grouped by operation.
+#include <unistd.h>
+
 #include <string>
 
 #include "bayhal/Ini_Conf.h"
@@ -95,6 +97,15 @@ TEST_F(IniField, BadArgumentsAreRefused) {
   EXPECT_LT(Ini_Conf_Get_Field(kFile, "a", "k", buf, 0), 0);
   EXPECT_LT(Ini_Conf_Get_Field("", "a", "k", buf, 8), 0);
   EXPECT_STREQ(buf, "same");
+  // Paths are absolute: a relative one would land wherever the caller happens to run.
+  ASSERT_EQ(::chdir(root.dir().c_str()), 0);
+  root.write("/rel.conf", "[a]\nk = v\n");
+  EXPECT_LT(Ini_Conf_Get_Field("rel.conf", "a", "k", buf, 8), 0);
+  EXPECT_LT(Ini_Conf_Set_Field("rel.conf", "a", "k", "x"), 0);
+  EXPECT_EQ(Ini_Conf_Write_Lock_File("rel.conf"), nullptr);
+  EXPECT_EQ(root.read("/rel.conf"), "[a]\nk = v\n");
+  EXPECT_FALSE(root.exists("/rel.conf.lck"));
+  ASSERT_EQ(::chdir("/"), 0);
   EXPECT_LT(Ini_Conf_Set_Field(kFile, "a", "k", nullptr), 0);
   EXPECT_LT(Ini_Conf_Set_Field(kFile, "a", "", "v"), 0);
   EXPECT_LT(Ini_Conf_Set_Field(kFile, "a", "k=x", "v"), 0);

@@ -222,6 +222,36 @@ TEST_F(IniLock, ThreadsOfOneProcessExcludeEachOther) {
   EXPECT_EQ(n, 400);
 }
 
+// A child forked while another thread is inside a write gets a copy of that write's lock
+// descriptor; once the write is over, the store must be free whatever the child does.
+TEST_F(IniLock, AForkDuringAWriteLeavesTheStoreUnlocked) {
+  std::string lock = root.path("/tmp/.px_lock_file.lck");
+  std::atomic<bool> stop{false};
+  std::thread writer([&] {
+    for (int i = 0; !stop; ++i) Ini_Conf_Set_Field_Int(kFile, "s", "n", i, 0);
+  });
+  Pipe go;
+  std::vector<pid_t> kids;
+  for (int k = 0; k < 40; ++k)
+    kids.push_back(spawn([&] {
+      go.close_write();
+      int v = 0;
+      go.get(v);  // end of stream: the writer thread has finished
+      int fd = ::open(lock.c_str(), O_RDWR | O_CLOEXEC);
+      struct flock fl {};
+      fl.l_type = F_WRLCK;
+      fl.l_len = 1;
+      if (fd < 0 || ::fcntl(fd, F_OFD_GETLK, &fl) != 0) return 2;
+      return fl.l_type == F_UNLCK ? 0 : 1;
+    }));
+  stop = true;
+  writer.join();
+  go.close_write();
+  int locked = 0;
+  for (pid_t k : kids) locked += join(k) != 0;
+  EXPECT_EQ(locked, 0) << "children that still hold the store locked";
+}
+
 TEST_F(IniLock, OtherProcessSetWaitsForTheHolder) {
   INI_CONF_LOCK* lock = Ini_Conf_Write_Lock_File(kFile);
   ASSERT_NE(lock, nullptr);

@@ -37,17 +37,11 @@ int ofd_lock(int fd, short type, off_t start, bool wait) {
   return rc;
 }
 
-// "<name>.lck"; false when that is too long a name.
-bool lock_name(const Place& store, char (&name)[NAME_MAX + 1]) {
-  int n = std::snprintf(name, sizeof name, "%s.lck", store.name);
-  return n > 0 && static_cast<size_t>(n) < sizeof name;
-}
-
 // Still the file at the path: not deleted, not replaced by a newer lock file.
-bool is_current(const LockFile& lf, const Place& store, const char* name) {
+bool is_current(const LockFile& lf, int dir, const char* name) {
   struct stat st {};
-  return ::fstatat(store.dir.get(), name, &st, AT_SYMLINK_NOFOLLOW) == 0 &&
-         st.st_dev == lf.id.dev && st.st_ino == lf.id.ino;
+  return ::fstatat(dir, name, &st, AT_SYMLINK_NOFOLLOW) == 0 && st.st_dev == lf.id.dev &&
+         st.st_ino == lf.id.ino;
 }
 
 struct Holder {
@@ -77,15 +71,17 @@ bool is_me(const Holder& h) { return h.pid == ::getpid() && h.tid == ::gettid();
 
 }  // namespace
 
-bool open_lock(const char* who, const Place& store, LockFile& out) {
-  char name[NAME_MAX + 1];
-  if (!lock_name(store, name)) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: the lock file name of %s is too long\n", who, store.name);
-    return false;
-  }
+bool lock_name(const char* who, const Place& store, char (&name)[NAME_MAX + 1]) {
+  int n = std::snprintf(name, sizeof name, "%s.lck", store.name);
+  if (n > 0 && static_cast<size_t>(n) < sizeof name) return true;
+  ERR_TRACE(HAL_TRACE_ERROR, "%s: the lock file name of %s is too long\n", who, store.name);
+  return false;
+}
+
+bool open_lock(const char* who, int dir, const char* name, LockFile& out) {
   Refusal why;
   struct stat st {};
-  out.fd = open_trusted_at(store.dir.get(), name, O_RDWR | O_CREAT, 0600, &why, &st);
+  out.fd = open_trusted_at(dir, name, O_RDWR | O_CREAT, 0600, &why, &st);
   if (!out.fd) {
     if (errno == EPERM)
       ERR_TRACE(HAL_TRACE_ERROR, "%s: lock file %s belongs to uid %u and cannot be replaced\n",
@@ -98,9 +94,7 @@ bool open_lock(const char* who, const Place& store, LockFile& out) {
   return true;
 }
 
-bool take_lock(const char* who, const Place& store, LockFile& lf) {
-  char name[NAME_MAX + 1];
-  if (!lock_name(store, name)) return false;
+bool take_lock(const char* who, int dir, const char* name, LockFile& lf) {
   for (int attempt = 0;; ++attempt) {
     if (ofd_lock(lf.fd.get(), F_WRLCK, kLockByte, false) != 0) {
       if (errno != EAGAIN && errno != EACCES) {
@@ -117,14 +111,14 @@ bool take_lock(const char* who, const Place& store, LockFile& lf) {
         return false;
       }
     }
-    if (is_current(lf, store, name)) return true;
+    if (is_current(lf, dir, name)) return true;
     // The holder before us deleted the file we waited on; lock the one at the path now.
     unlock(lf.fd);
     if (attempt > 1000) {
       ERR_TRACE(HAL_TRACE_ERROR, "%s: %s keeps being replaced\n", who, name);
       return false;
     }
-    if (!open_lock(who, store, lf)) return false;
+    if (!open_lock(who, dir, name, lf)) return false;
   }
 }
 
@@ -150,15 +144,28 @@ bool held_by_this_thread(const LockId& id) {
 }
 
 WriteLock::WriteLock(const char* who, const Place& store) {
+  char name[NAME_MAX + 1];
   LockFile lf;
-  if (!open_lock(who, store, lf)) return;
+  if (!lock_name(who, store, name) || !open_lock(who, store.dir.get(), name, lf)) return;
   if (held_by_this_thread(lf.id)) {
     ok_ = true;
     return;
   }
-  if (!take_lock(who, store, lf)) return;
+  if (!take_lock(who, store.dir.get(), name, lf)) return;
   fd_ = std::move(lf.fd);
   ok_ = true;
+}
+
+PathLock::PathLock(const std::string& host_path) {
+  Place p;
+  LockFile lf;
+  if (resolve_place(host_path.c_str(), false, p) != 0) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: cannot reach %s: %s\n", __func__, host_path.c_str(),
+              std::strerror(errno));
+    return;
+  }
+  if (open_lock(__func__, p.dir.get(), p.name, lf) && take_lock(__func__, p.dir.get(), p.name, lf))
+    fd_ = std::move(lf.fd);
 }
 
 }  // namespace bayhal::ini
@@ -184,8 +191,11 @@ BAYHAL_EXPORT INI_CONF_LOCK* Ini_Conf_Write_Lock_File(const char* file) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with file(%s).\n", __func__, file ? file : "(null)");
   bayhal::Place store;
   if (!bayhal::ini::store_place(__func__, file, store)) return nullptr;
+  char name[NAME_MAX + 1];
   bayhal::ini::LockFile lf;
-  if (!bayhal::ini::open_lock(__func__, store, lf)) return nullptr;
+  if (!bayhal::ini::lock_name(__func__, store, name) ||
+      !bayhal::ini::open_lock(__func__, store.dir.get(), name, lf))
+    return nullptr;
   auto lock = std::make_unique<Ini_Conf_Lock>();
   lock->id = lf.id;
   lock->shown = file;
@@ -201,7 +211,7 @@ BAYHAL_EXPORT INI_CONF_LOCK* Ini_Conf_Write_Lock_File(const char* file) try {
       return lock.release();
     }
   }
-  if (!bayhal::ini::take_lock(__func__, store, lf)) return nullptr;
+  if (!bayhal::ini::take_lock(__func__, store.dir.get(), name, lf)) return nullptr;
   lock->id = lf.id;
   lock->fd = std::move(lf.fd);
   std::lock_guard<std::mutex> g(t.mu);
@@ -255,8 +265,7 @@ BAYHAL_EXPORT int Ini_Conf_Remove_LCK_File(const char* file) try {
   bayhal::Place store;
   if (!bayhal::ini::store_place(__func__, file, store)) return -1;
   char name[NAME_MAX + 1];
-  if (std::snprintf(name, sizeof name, "%s.lck", store.name) >= static_cast<int>(sizeof name))
-    return -1;
+  if (!bayhal::ini::lock_name(__func__, store, name)) return -1;
   int dir = store.dir.get();
   bayhal::UniqueFd fd(::openat(dir, name, O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   if (!fd && errno == ENOENT) return 0;

@@ -20,6 +20,7 @@
 #include <sys/types.h>
 
 #include <compare>
+#include <string>
 
 #include "foundation/trusted_path.h"
 #include "foundation/unique_fd.h"
@@ -39,12 +40,14 @@ struct LockFile {
   LockId id;
 };
 
-// Opens, creating as needed, the lock file of the store at `store`; false (traced as `who`)
-// when it cannot be had.
-bool open_lock(const char* who, const Place& store, LockFile& out);
+// The name of the store's lock file ("<name>.lck"); false when too long (traced as `who`).
+bool lock_name(const char* who, const Place& store, char (&name)[NAME_MAX + 1]);
+// Opens, creating as needed, the lock file `name` in `dir`; false (traced as `who`) when it
+// cannot be had.
+bool open_lock(const char* who, int dir, const char* name, LockFile& out);
 // Blocks until `lf` holds the exclusive lock and is still the file at its path (a holder
 // may delete the lock file while others wait: it is then opened again). False on error.
-bool take_lock(const char* who, const Place& store, LockFile& lf);
+bool take_lock(const char* who, int dir, const char* name, LockFile& lf);
 // Releases the lock of a descriptor that took it.
 void unlock(const UniqueFd& fd);
 // True when some other open of the lock file waits for it.
@@ -67,6 +70,20 @@ class WriteLock {
  private:
   UniqueFd fd_;
   bool ok_ = false;
+};
+
+// An exclusive lock on a lock file of its own, such as "/var/lock/buzzer.lck" (a host
+// path): the same protections and the same explicit release as a store's lock.
+class PathLock {
+ public:
+  explicit PathLock(const std::string& host_path);
+  ~PathLock() { unlock(fd_); }
+  PathLock(const PathLock&) = delete;
+  PathLock& operator=(const PathLock&) = delete;
+  bool ok() const { return fd_.valid(); }
+
+ private:
+  UniqueFd fd_;
 };
 
 }  // namespace bayhal::ini

@@ -67,8 +67,8 @@ int play(const char* who, Family f, int pattern) {
 
 int root_set_buzzer(int pattern) {
   unsigned cap = model::system_cap();
-  UniqueFd lock = ini::lock_exclusive(sys_path(kBuzzerLock));
-  if (!lock) return -1;
+  ini::PathLock lock(sys_path(kBuzzerLock));
+  if (!lock.ok()) return -1;
   if (cap & SE_CAP_PIC)
     return call_driver(__func__, Family::kPic, &Driver::send_command, Target{}, pattern | kControllerPlays);
   if (cap & SE_CAP_MCU)

@@ -4,6 +4,7 @@
 #include "board/dispatch/dispatch.h"
 #include "board/dispatch/fan_levels.h"
 #include "board/dispatch/se_sys.h"
+#include "board/dispatch/se_sys_monitor.h"
 #include "model/board_keys.h"
 
 namespace bayhal::board {
@@ -50,18 +51,30 @@ int root_get_fan_operate_pwm(int index, int* pwm) {
   return call_driver(__func__, family_of(s.hm_type), &Driver::get_fan_pwm, t, pwm);
 }
 
+bool takes_level(Family f) { return f == Family::kPic || f == Family::kMcu || f == Family::kEmcu; }
+
+// The Super I/O and I2C fans all follow the system fans' table; the EC's fans their own.
+int level_pwm(Family f, int index, int level) {
+  return f == Family::kEc ? fan_level_pwm(fan_group(index), fan_region(index), level)
+                          : fan_level_pwm(model::FanGroup::kSystem, 0, level);
+}
+
 int root_set_fan_speed(int index, int level) {
   Slot s = cached_fan_slot(index);
   Target t;
   if (s.hm_type <= 0 || !fan_target(index, s, I2cReader::kFanPwm, t)) return -1;
   Family f = family_of(s.hm_type);
-  if (f == Family::kPic || f == Family::kMcu || f == Family::kEmcu)
-    return call_driver(__func__, f, &Driver::set_fan_level, t, level);
-  // The Super I/O and I2C fans all follow the system fans' table; the EC's fans their own.
-  int pwm = f == Family::kEc ? fan_level_pwm(fan_group(index), fan_region(index), level)
-                             : fan_level_pwm(model::FanGroup::kSystem, 0, level);
+  if (takes_level(f)) return call_driver(__func__, f, &Driver::set_fan_level, t, level);
+  int pwm = level_pwm(f, index, level);
   if (pwm < 0) return -1;
   return call_driver(__func__, f, &Driver::set_fan_pwm, t, pwm);
+}
+
+int root_set_fan_pwm(int index, int pwm) {
+  Slot s = cached_fan_slot(index);
+  Target t;
+  if (s.hm_type <= 0 || !fan_target(index, s, I2cReader::kFanPwm, t)) return -1;
+  return call_driver(__func__, family_of(s.hm_type), &Driver::set_fan_pwm, t, pwm);
 }
 
 // Every configured fan: system fans, CPU fans, then the regions left after those two groups.
@@ -105,6 +118,25 @@ int se_sys_set_fan_speed(const char* enc_sys_id, int index, int level) {
       __func__, enc_sys_id, index, kAllBranches, Unknown::kNotImplementShort,
       [&] { return index == -1 ? root_set_all_fans(level) : root_set_fan_speed(index, level); },
       &Driver::set_fan_level, level);
+}
+
+int se_sys_set_fan_pwm(const char* enc_sys_id, int index, int pwm) {
+  if (pwm < 0 || pwm > 255) return -1;
+  return dispatch(
+      __func__, enc_sys_id, index, kAllBranches, Unknown::kNotImplementShort,
+      [&] { return root_set_fan_pwm(index, pwm); }, &Driver::set_fan_pwm, pwm);
+}
+
+int se_sys_fan_level_pwm(int index, int level) {
+  Slot s = cached_fan_slot(index);
+  if (s.hm_type <= 0 || level < 0 || level >= kFanLevels) return -1;
+  Family f = family_of(s.hm_type);
+  return takes_level(f) ? -1 : level_pwm(f, index, level);
+}
+
+int se_sys_ec_fan_index(int index) {
+  Slot s = cached_fan_slot(index);
+  return s.hm_type == kHmEc ? s.channel - 1 : -1;
 }
 
 }  // namespace bayhal::board

@@ -53,4 +53,13 @@ int ec_sys_set_eup_state(int on);
 // Sounds the buzzer at "System IO"/SYSTEM_BUZZER_FREQ: mode 0 for 500 ms, 1 for 1 s.
 int ec_sys_set_buzzer(int mode);
 
+// The controller's automatic fan tables (layout: ec_regs.h). A table holds exactly the
+// scheme's points (QFan and TFan 4, 7-level 7): PWM 0..255, written as percent, or degrees
+// 0..127. Setting a scheme takes any fan of a driven group and switches the whole group: to
+// the scheme's own table (custom false) or to the tables loaded (custom true).
+enum class EcScheme : int { kQFan, kTFan, k7Level };
+int ec_sys_load_fan_pwm_table(EcScheme scheme, const int* pwm, int count);
+int ec_sys_load_fan_temp_table(EcScheme scheme, const int* celsius, int count);
+int ec_sys_set_fan_scheme(EcScheme scheme, int index, bool custom);
+
 }  // namespace bayhal

@@ -68,3 +68,25 @@ inline constexpr std::optional<uint16_t> temperature(int index) {
 }
 
 }  // namespace bayhal::ec_reg
+
+// The controller's automatic fan control: three schemes, each a PWM table (in percent, like
+// the duty registers) and a temperature table (degrees), and the mode value that hands a fan
+// group to the scheme, written to the group's mode register. "Auto" follows the controller's
+// own table of the scheme, "custom" the tables the host loaded. This block is the layout of
+// this library and its controller model; it has not been checked against a board's firmware.
+namespace bayhal::ec_reg {
+
+struct FanScheme {
+  const char* name;
+  uint16_t pwm;   // first PWM point
+  uint16_t temp;  // first temperature point
+  int points;
+  uint8_t auto_mode;
+  uint8_t custom_mode;
+};
+
+inline constexpr FanScheme kQFan{"QFan", 0x0270, 0x0274, 4, 0x01, 0x02};
+inline constexpr FanScheme kTFan{"TFan", 0x0278, 0x027C, 4, 0x03, 0x04};
+inline constexpr FanScheme k7Level{"7-level", 0x0280, 0x0288, 7, 0x05, 0x06};
+
+}  // namespace bayhal::ec_reg

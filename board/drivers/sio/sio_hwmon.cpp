@@ -1,6 +1,7 @@
 // The Super I/O's hardware monitor is read through the kernel's driver, not through the
 // ports: the driver owns the chip's environment-controller registers. The attributes sit
 // under "/sys/class/hwmon/hwmon0/device" (always hwmon0: the board's driver loads first).
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <optional>
@@ -10,6 +11,7 @@
 #include "board/drivers/sio/sio.h"
 #include "board/drivers/sio/sio_chip.h"
 #include "foundation/sysfs.h"
+#include "foundation/text.h"
 
 namespace bayhal {
 namespace {
@@ -20,9 +22,20 @@ std::string attr(const char* format, int channel) {
   return std::string("/sys/class/hwmon/hwmon0/device/") + name;
 }
 
-// get_sys_sio_value: a decimal attribute.
+std::optional<long long> parse_decimal(std::string_view t) {
+  long long v = 0;
+  auto [p, ec] = std::from_chars(t.data(), t.data() + t.size(), v);
+  if (t.empty() || ec != std::errc() || p != t.data() + t.size()) return std::nullopt;
+  return v;
+}
+
+// get_sys_sio_value: a decimal attribute of at most 32 bytes; anything else (missing, empty,
+// longer, not a number, beyond 64 bits) is a failure.
 std::optional<long long> get_sys_sio_value(const char* format, int channel, const char* func) {
-  auto v = sysfs_read_int(attr(format, channel));
+  constexpr size_t kMax = 32;
+  auto text = read_head(attr(format, channel), kMax + 1);
+  std::optional<long long> v;
+  if (text && text->size() <= kMax) v = parse_decimal(trim(first_line(*text)));
   if (!v) ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): System Error\n", func, __LINE__);
   return v;
 }
@@ -72,7 +85,7 @@ int sio_sys_get_fan_speed(int channel, unsigned* rpm, int* status) {
   *rpm = 0;
   *status = 0;
   auto speed = get_sys_sio_value("fan%d_input", channel, __func__);
-  if (!speed || *speed < 0) return -1;
+  if (!speed || *speed < 0 || *speed > UINT32_MAX) return -1;
   *rpm = static_cast<unsigned>(*speed);
   const SioChip* chip = sio_board_chip(nullptr);
   if (is_fintek(chip)) {

@@ -96,8 +96,11 @@ int BoardServices::se_sys_get_led_bv_ctrl_capability(const char* enc_sys_id, int
   return board::se_sys_get_led_brightness_ctrl_capability(enc_sys_id, kind, levels);
 }
 
-int BoardServices::se_sys_get_led_scrollbar_support(const char* enc_sys_id, int* /*support*/) {
-  return not_implemented("se_sys_get_led_scrollbar_support", __LINE__, enc_sys_id);
+int BoardServices::se_sys_get_led_scrollbar_support(const char* enc_sys_id, int* support) {
+  int rc = board::se_sys_check_led_brightness_scrollbar(enc_sys_id);
+  if (rc < 0) return -1;
+  *support = rc;
+  return 0;
 }
 
 int BoardServices::se_sys_get_pd_env_sensor_num(const char* enc_sys_id, int* /*count*/) {

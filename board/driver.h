@@ -50,10 +50,10 @@ enum class Family : int {
   kCount,
 };
 
-// Single-function LEDs of the front panel.
-enum class Led : int { kPower, kUsb, kBreath, kBreathing, k10G, kJbodConnect, kCount };
-// Buttons of the front panel.
-enum class Button : int { kReset, kUsbCopy, kCount };
+// Single-function LEDs of the front panel (ident: the enclosure's locate LED).
+enum class Led : int { kPower, kUsb, kBreath, kBreathing, k10G, kJbodConnect, kStandby, kIdent, kCount };
+// Buttons of the front panel, and the case cover's switch (1 open).
+enum class Button : int { kReset, kUsbCopy, kEject, kCaseCover, kCount };
 
 // Where an operation lands: what stage 1 and stage 2 resolved for it.
 struct Target {

@@ -34,6 +34,10 @@ constexpr std::array<BoardKeyName, static_cast<size_t>(BoardKey::kCount)> kKeys 
     {kSystemEnclosure, "PWR_RECOVERY_UNIT"},
     {kSystemEnclosure, "MCU_SPEC"},
     {kSystemEnclosure, "SIO_DEVICE"},
+    {kSystemIo, "STANDBY_LED"},
+    {kSystemIo, "IDENT_LED"},
+    {kSystemIo, "EJECT_BUTTON"},
+    {kSystemIo, "CASE_COVER"},
 }};
 
 std::optional<long long> number(std::string_view section, std::string_view key,
@@ -61,6 +65,8 @@ BoardKey redundant_power_key(int n) {
 }
 
 std::optional<long long> system_buzzer_freq() { return number(kSystemIo, "SYSTEM_BUZZER_FREQ"); }
+std::optional<long long> led_bv_scrollbar() { return number(kSystemIo, "LED_BV_SCROLLBAR"); }
+int max_button_num() { return count(kSystemIo, "MAX_BUTTON_NUM"); }
 
 int max_fan_num() { return count(kSystemEnclosure, "MAX_FAN_NUM"); }
 int max_cpu_fan_num() { return count(kSystemEnclosure, "MAX_CPU_FAN_NUM"); }

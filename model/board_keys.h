@@ -31,6 +31,11 @@ enum class BoardKey : int {
   kPwrRecoveryUnit,  // "System Enclosure" / PWR_RECOVERY_UNIT
   kMcuSpec,          // "System Enclosure" / MCU_SPEC
   kSioDevice,        // "System Enclosure" / SIO_DEVICE
+  // Front-panel functions the appliance's own descriptions add.
+  kStandbyLed,       // "System IO" / STANDBY_LED
+  kIdentLed,         // "System IO" / IDENT_LED
+  kEjectButton,      // "System IO" / EJECT_BUTTON
+  kCaseCover,        // "System IO" / CASE_COVER
   kCount,
 };
 
@@ -43,6 +48,11 @@ BoardKeyName board_key_name(BoardKey key);
 std::optional<std::string> board_key(BoardKey key);
 // REDUNDANT_POWER_<n> for supply n (1 or 2).
 BoardKey redundant_power_key(int n);
+
+// "System IO" / LED_BV_SCROLLBAR: 0 when the brightness has no scroll bar; nullopt when absent.
+std::optional<long long> led_bv_scrollbar();
+// "System IO" / MAX_BUTTON_NUM; 0 when absent.
+int max_button_num();
 
 // "System IO" / SYSTEM_BUZZER_FREQ: the embedded controller's buzzer frequency value.
 std::optional<long long> system_buzzer_freq();

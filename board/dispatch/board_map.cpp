@@ -23,10 +23,14 @@ bool offers(Function f, Family family, const Driver& d) {
     case Function::kUsbLed:
     case Function::kBreathLed:
     case Function::k10GLed:
-    case Function::kJbodConnectLed: return d.set_led != nullptr;
+    case Function::kJbodConnectLed:
+    case Function::kStandbyLed:
+    case Function::kIdentLed: return d.set_led != nullptr;
     case Function::kLedBrightness: return d.set_led_brightness != nullptr;
     case Function::kResetButton:
-    case Function::kUsbCopyButton: return d.get_button != nullptr;
+    case Function::kUsbCopyButton:
+    case Function::kEjectButton:
+    case Function::kCaseCover: return d.get_button != nullptr;
     case Function::kPowerSupply1:
     case Function::kPowerSupply2: return d.get_power_supply_status != nullptr;
     case Function::kPowerRecovery: return d.set_power_recovery != nullptr;
@@ -68,7 +72,9 @@ FunctionView slot_view(const char* group, int index, const Resolution& r,
 const char* group_of(Function f) {
   switch (f) {
     case Function::kResetButton:
-    case Function::kUsbCopyButton: return "button";
+    case Function::kUsbCopyButton:
+    case Function::kEjectButton:
+    case Function::kCaseCover: return "button";
     case Function::kPowerSupply1:
     case Function::kPowerSupply2: return "power supply";
     case Function::kPowerRecovery:

@@ -30,6 +30,9 @@ constexpr Choice kButton[] = {kChoiceSio, kChoiceSoc, kChoiceGpio, kChoiceEc};
 constexpr Choice kSupplyStatus[] = {kChoiceSio, kChoiceSoc, kChoiceI2c, kChoiceGpio, kChoiceEc};
 constexpr Choice kRecovery[] = {kChoiceSio, kChoiceIch, kChoicePic, kChoiceMcu, kChoiceEc};
 constexpr Choice kBuzzer[] = {kChoiceEc};
+constexpr Choice kStandbyLed[] = {kChoiceSio, kChoicePic};
+constexpr Choice kIdentLed[] = {kChoiceSio, kChoicePic, kChoiceMcu};
+constexpr Choice kCaseCover[] = {kChoiceSio, kChoiceGpio, kChoiceEc};
 
 struct FunctionRow {
   FunctionInfo info;
@@ -53,6 +56,10 @@ const std::array<FunctionRow, static_cast<size_t>(Function::kCount)> kFunctions 
     {{"power supply 2", BoardKey::kRedundantPower2}, kSupplyStatus, {}},
     {{"power recovery", BoardKey::kPwrRecoveryUnit}, kRecovery, {}},
     {{"buzzer", BoardKey::kBuzzerUnit}, kBuzzer, {}},
+    {{"standby LED", BoardKey::kStandbyLed}, kStandbyLed, {}},
+    {{"ident LED", BoardKey::kIdentLed}, kIdentLed, {}},
+    {{"eject button", BoardKey::kEjectButton}, kButton, {}},
+    {{"case cover", BoardKey::kCaseCover}, kCaseCover, {}},
 }};
 
 // ---- temperatures ----

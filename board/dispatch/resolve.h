@@ -56,6 +56,10 @@ enum class Function : int {
   kPowerSupply2,
   kPowerRecovery,
   kBuzzer,
+  kStandbyLed,
+  kIdentLed,
+  kEjectButton,
+  kCaseCover,
   kCount,
 };
 

@@ -30,13 +30,25 @@ int se_sys_set_breathing_led(const char* enc_sys_id, int on);
 int se_sys_blink_breathing_led(const char* enc_sys_id, int on);
 int se_sys_set_10G_led(const char* enc_sys_id, int on);
 int se_sys_set_JBOD_connect_led(const char* enc_sys_id, int on);
+int se_sys_set_standby_led(const char* enc_sys_id, int on);
+// The enclosure's ident (locate) LED: IDENT_LED on the root board, the unit's own otherwise.
+int se_sys_set_ident_led(const char* enc_sys_id, int on);
 // LED_BV_CTRL: kind 0 on/off only ("GPIO"), 1 dimmable ("PWM[:levels]", levels default 3).
 int se_sys_get_led_brightness_ctrl_capability(const char* enc_sys_id, int* kind, int* levels);
 int se_sys_set_led_brightness_by_pwm(const char* enc_sys_id, int value);
+// Night mode dims the LEDs; only a dimmable board's Super I/O carries it.
+int se_sys_set_led_brightness_in_night_mode(const char* enc_sys_id, int on);
+// 1 unless LED_BV_SCROLLBAR says 0; -1 for an identity other than "root".
+int se_sys_check_led_brightness_scrollbar(const char* enc_sys_id);
 
 // ---- buttons (1 pressed) and power supplies (n 1 or 2; 0 good, -1 failed) ----
 int se_sys_get_reset_button(const char* enc_sys_id, int* state);
 int se_sys_get_usb_button(const char* enc_sys_id, int* state);
+int se_sys_get_ejt_button(const char* enc_sys_id, int* state);
+// The case cover: 1 open, 0 closed.
+int se_sys_get_case_status(const char* enc_sys_id, int* state);
+// MAX_BUTTON_NUM of "System IO" (0 when absent).
+int se_sys_get_button_count(const char* enc_sys_id, int* count);
 int se_sys_get_power_supply_status(const char* enc_sys_id, int n, int* status);
 
 // ---- chip facts and settings ----

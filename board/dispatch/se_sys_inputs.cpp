@@ -2,6 +2,7 @@
 #include "board/dispatch/caches.h"
 #include "board/dispatch/dispatch.h"
 #include "board/dispatch/se_sys.h"
+#include "model/board_keys.h"
 
 namespace bayhal::board {
 namespace {
@@ -45,6 +46,29 @@ int se_sys_get_usb_button(const char* enc_sys_id, int* state) {
   *state = -1;
   return root_only(enc_sys_id, [&] {
     return root_button(__func__, Function::kUsbCopyButton, Button::kUsbCopy, state);
+  });
+}
+
+int se_sys_get_ejt_button(const char* enc_sys_id, int* state) {
+  if (state == nullptr) return -1;
+  *state = -1;
+  return root_only(enc_sys_id,
+                   [&] { return root_button(__func__, Function::kEjectButton, Button::kEject, state); });
+}
+
+int se_sys_get_case_status(const char* enc_sys_id, int* state) {
+  if (state == nullptr) return -1;
+  *state = -1;
+  return root_only(enc_sys_id,
+                   [&] { return root_button(__func__, Function::kCaseCover, Button::kCaseCover, state); });
+}
+
+int se_sys_get_button_count(const char* enc_sys_id, int* count) {
+  if (count == nullptr) return -1;
+  *count = 0;
+  return root_only(enc_sys_id, [&] {
+    *count = model::max_button_num();
+    return 0;
   });
 }
 

@@ -81,6 +81,13 @@ int se_sys_set_JBOD_connect_led(const char* e, int on) {
   return led_op(__func__, e, Function::kJbodConnectLed, Led::kJbodConnect, on, false);
 }
 
+int se_sys_set_standby_led(const char* e, int on) {
+  return led_op(__func__, e, Function::kStandbyLed, Led::kStandby, on, false);
+}
+int se_sys_set_ident_led(const char* e, int on) {
+  return led_op(__func__, e, Function::kIdentLed, Led::kIdent, on, false);
+}
+
 int se_sys_get_led_brightness_ctrl_capability(const char* enc_sys_id, int* kind, int* levels) {
   if (kind == nullptr || levels == nullptr) return -1;
   *kind = -1;
@@ -112,6 +119,27 @@ int se_sys_set_led_brightness_by_pwm(const char* enc_sys_id, int value) {
     if (s.value) t.unit = *s.value;
     return call_driver(__func__, family_of(*s.choice), &Driver::set_led_brightness, t, value);
   });
+}
+
+}  // namespace bayhal::board
+
+namespace bayhal::board {
+
+int se_sys_set_led_brightness_in_night_mode(const char* enc_sys_id, int on) {
+  return root_only(enc_sys_id, [&] {
+    if (brightness_capability().kind != 1) {
+      ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): LED_BV_GPIO not implement.\n", __func__, __LINE__);
+      return -1;
+    }
+    // The Super I/O's night-mode registers are not known here: its table has no brightness
+    // operation, so this answers the documented failure.
+    Target t;
+    return call_driver(__func__, Family::kSio, &Driver::set_led_brightness, t, on ? 0 : 100);
+  });
+}
+
+int se_sys_check_led_brightness_scrollbar(const char* enc_sys_id) {
+  return root_only(enc_sys_id, [] { return model::led_bv_scrollbar().value_or(1) == 0 ? 0 : 1; });
 }
 
 }  // namespace bayhal::board

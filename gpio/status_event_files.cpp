@@ -7,10 +7,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 
 #include "bayhal/ERR_TRACE.h"
 #include "foundation/sysroot.h"
+#include "foundation/trusted_path.h"
 #include "foundation/unique_fd.h"
 
 namespace bayhal::gpio {
@@ -21,7 +21,7 @@ constexpr char kFormattingCount[] = "/var/ledvalue_formatting_count";
 constexpr size_t kMaxRead = 64;
 
 UniqueFd open_state_file(const char* path) {
-  return UniqueFd(::open(sys_path(path).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0700));
+  return open_trusted(sys_path(path).c_str(), O_RDWR | O_CREAT, 0700);
 }
 
 // The number at the start of the file (base detection as strtoul does); 0 when empty.
@@ -44,19 +44,12 @@ bool write_bitmap(int fd, unsigned bitmap) {
 // The counter is written to a new file renamed over the old one: the old value stays whole
 // until the new one is complete.
 bool write_counter(const char* who, int count) {
-  std::string path = sys_path(kFormattingCount);
-  std::string tmp = path + ".tmp";
-  UniqueFd fd(::open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0700));
+  Place place;
   char buf[16];
   int len = std::snprintf(buf, sizeof buf, "%d", count);
-  if (!fd || ::write(fd.get(), buf, len) != len) {
+  if (resolve_place(sys_path(kFormattingCount).c_str(), false, place) != 0 ||
+      replace_at(who, kFormattingCount, place, {buf, static_cast<size_t>(len)}, 0700, false) != 0) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: fail to create /var/ledvalue_formatting_count!\n", who);
-    ::unlink(tmp.c_str());
-    return false;
-  }
-  if (::rename(tmp.c_str(), path.c_str()) != 0) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: can't remove /var/ledvalue_formatting_count!\n", who);
-    ::unlink(tmp.c_str());
     return false;
   }
   return true;

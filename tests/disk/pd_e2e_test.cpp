@@ -114,12 +114,6 @@ TEST_F(PdEndToEnd, EnclosureScanRegistersEveryDiskThatAnswersIo) {
   EXPECT_EQ(root.calls("pd_attach"), (std::vector<std::string>{"0 1 /dev/sda", "0 4 /dev/sdd"}));
 }
 
-}  // namespace
-}  // namespace bayhal
-
-namespace bayhal {
-namespace {
-
 TEST_F(PdEndToEnd, SasPathTellsExpanderFromDirectAttachment) {
   std::string bridge = b.pci_bridge("0000:00:01.0", 1);
   std::string pci = b.pci_device("0000:01:00.0", bridge,
@@ -146,12 +140,6 @@ TEST_F(PdEndToEnd, SasPathTellsExpanderFromDirectAttachment) {
   EXPECT_EQ(PD_Check_Attach_To_SAS_HBA_Directly(0, 2), 0);
   EXPECT_EQ(PD_Is_Attached_Behind_SAS(0, 2), 1);
 }
-
-}  // namespace
-}  // namespace bayhal
-
-namespace bayhal {
-namespace {
 
 // The enclosure registry drives the disk registry through its link: attaching the
 // appliance registers its disks, detaching it removes them into history.

@@ -7,6 +7,7 @@
 #include "disk_sys/root_lookup.h"
 #include "foundation/command_runner.h"
 #include "tests/disk_sys/disk_sys_fixture.h"
+#include "tests/enclosure/enc_fakes.h"
 
 namespace bayhal::test {
 namespace {
@@ -212,23 +213,6 @@ TEST_F(DiskSysTest, EsataPortMultiplierVirtioAndXen) {
   EXPECT_THAT(enumerate("root"), ElementsAre("xvdb"));
 }
 
-// Records shell lines and argv commands; says udevd runs.
-class RecordingRunner : public CommandRunner {
- public:
-  std::vector<std::string> lines;
-  int shell(const std::string& line) override {
-    lines.push_back(line);
-    return 0;
-  }
-  int shell_read(const std::string& line, std::string&) override { return shell(line); }
-  int exec(const std::vector<std::string>& argv, std::string*) override {
-    std::string joined;
-    for (const auto& a : argv) joined += (joined.empty() ? "" : " ") + a;
-    lines.push_back(joined);
-    return 0;
-  }
-};
-
 TEST_F(DiskSysTest, EnumerationTagsDisksForUdevAndReportsOverflow) {
   auto ports = b.ahci(ahci_pci("0000:00:17.0"), 3, 0);
   for (int i = 0; i < 3; ++i)
@@ -237,20 +221,22 @@ TEST_F(DiskSysTest, EnumerationTagsDisksForUdevAndReportsOverflow) {
       "[System Disk 1]\nDEV_BUS = 00:17.0\nDEV_PORT = 0\n"
       "[System Disk 2]\nDEV_BUS = 00:17.0\nDEV_PORT = 1\n"
       "[System Disk 3]\nDEV_BUS = 00:17.0\nDEV_PORT = 2\n");
-  RecordingRunner rec;
-  set_runner(&rec);
-  EXPECT_EQ(enumerate("root").size(), 3u);
-  EXPECT_THAT(rec.lines, ElementsAre("pidof udevd 1 > /dev/null 2 >& 1",
-                                     "/sbin/udevadm control --env=sda=root",
-                                     "/sbin/udevadm control --env=sdb=root",
-                                     "/sbin/udevadm control --env=sdc=root"));
-  rec.lines.clear();
-  int rc = 0;
-  auto two = enumerate("root", 2, &rc);
-  EXPECT_EQ(rc, 3) << "the count that did not fit";
-  EXPECT_THAT(two, ElementsAre("sda", "sdb"));
-  EXPECT_THAT(rec.lines, IsEmpty()) << "no tagging when the list overflowed";
-  set_runner(nullptr);
+  {
+    FakeRunner rec;
+    rec.udevd_running = true;
+    EXPECT_EQ(enumerate("root").size(), 3u);
+    EXPECT_THAT(rec.shells, ElementsAre("pidof udevd 1 > /dev/null 2 >& 1"));
+    EXPECT_THAT(rec.execs, ElementsAre("/sbin/udevadm|control|--env=sda=root",
+                                       "/sbin/udevadm|control|--env=sdb=root",
+                                       "/sbin/udevadm|control|--env=sdc=root"));
+    rec.shells.clear();
+    rec.execs.clear();
+    int rc = 0;
+    auto two = enumerate("root", 2, &rc);
+    EXPECT_EQ(rc, 3) << "the count that did not fit";
+    EXPECT_THAT(two, ElementsAre("sda", "sdb"));
+    EXPECT_THAT(rec.execs, IsEmpty()) << "no tagging when the list overflowed";
+  }
   EXPECT_NE(root.read("/var/log/hal_lib.log").find("pd_sys_enumerate"), std::string::npos);
 
   EXPECT_EQ(pd_sys_enumerate("px_1", nullptr, 0), -1);

@@ -44,13 +44,10 @@ TEST_F(IniStore, ReadSectionReturnsKeysInFileOrder) {
   EXPECT_EQ(ini::list_sections("/etc/hal.conf"),
             (std::vector<std::string>{"Enclosure_0", "Enclosure_1"}));
   EXPECT_TRUE(ini::list_sections("/etc/none.conf").empty());
-}
-
-TEST_F(IniStore, EmptySectionExists) {
   root.write("/etc/x.conf", "[empty]\n[full]\nk = v\n");
-  auto s = read_section("/etc/x.conf", "empty");
-  ASSERT_TRUE(s.has_value());
-  EXPECT_TRUE(s->entries.empty());
+  auto empty = read_section("/etc/x.conf", "empty");
+  ASSERT_TRUE(empty.has_value()) << "an empty section exists";
+  EXPECT_TRUE(empty->entries.empty());
 }
 
 TEST_F(IniStore, WriteKeysSetsAndRemovesInOneWrite) {

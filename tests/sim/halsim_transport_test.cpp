@@ -63,19 +63,18 @@ TEST(HalsimFrames, DeviceCommandSurvivesTheTrip) {
   buf[8] = 0;
   EXPECT_EQ(frame::parse_device_reply(frame::device_reply(-ENODEV, q->cmd, q->data), c), -ENODEV);
   EXPECT_EQ(buf[8], 0);
-}
 
-TEST(HalsimFrames, DataToTheDeviceTravelsWithTheRequest) {
+  // Data to the device travels with the request.
   uint8_t out[512];
   for (int i = 0; i < 512; ++i) out[i] = static_cast<uint8_t>(i);
-  DeviceCommand c;
-  c.cdb_len = 16;
-  c.dir = XferDir::kToDevice;
-  c.data = out;
-  c.data_len = sizeof out;
-  auto q = frame::parse_device_request(*frame::device_request("/dev/sg0", c));
-  ASSERT_TRUE(q);
-  EXPECT_EQ(std::vector<uint8_t>(out, out + 512), q->data);
+  DeviceCommand w;
+  w.cdb_len = 16;
+  w.dir = XferDir::kToDevice;
+  w.data = out;
+  w.data_len = sizeof out;
+  auto wq = frame::parse_device_request(*frame::device_request("/dev/sg0", w));
+  ASSERT_TRUE(wq);
+  EXPECT_EQ(std::vector<uint8_t>(out, out + 512), wq->data);
 }
 
 TEST(HalsimFrames, MalformedBytesAreRefused) {
@@ -206,7 +205,6 @@ TEST_F(HalsimSocket, PulledDiskStopsAnsweringAndReturns) {
   auto back = nlohmann::json::parse(control("insert root/3"));
   EXPECT_EQ(back["name"], "hdd3");
   EXPECT_EQ(scsi_inquiry("/dev/sg2", -1, buf, 36), 0);
-  EXPECT_NE(control("insert root/3 spare").find("already holds disk hdd3"), std::string::npos);
   EXPECT_NE(control("dance").find("unknown request"), std::string::npos);
 }
 

@@ -177,6 +177,8 @@ TEST_F(Appliance, UnitUnpluggedAndPluggedBackKeepsItsIdAndRemembersItsBays) {
 
 TEST_F(Appliance, HotPlugRefusalsBadNamesAndAMissingDaemonAreErrors) {
   start();
+  // The machine's own refusals are its tests' (halsim_machine_test); here one of them, and
+  // what the tool adds: bays by enclosure id, units, usage.
   struct Case {
     std::vector<std::string> args;
     int code;
@@ -184,12 +186,8 @@ TEST_F(Appliance, HotPlugRefusalsBadNamesAndAMissingDaemonAreErrors) {
   };
   for (const Case& c : std::vector<Case>{
            {{"insert", "root/1", "spare"}, 1, "already holds disk hdd1"},
-           {{"insert", "root/7", "nosuch"}, 1, "no disk 'nosuch'"},
-           {{"insert", "cache/2", "spare"}, 1, "does not fit"},
-           {{"remove", "root/8"}, 1, "bay root/8 is empty"},
            {{"remove", "0/8"}, 1, "no enclosure 0 is registered"},  // not booted
            {{"remove", "root_cache/2"}, 1, "bay cache/2 is empty"},
-           {{"remove", "root/99"}, 1, "no bay root/99"},
            {{"remove", "root"}, 1, "'root' is not an expansion unit"},
            {{"remove", "0-3"}, 1, "no unit '0-3'"},
            {{"remove", "jbod", "extra"}, 2, "unexpected argument 'extra' for 'remove'"},

@@ -1,6 +1,5 @@
 // IDENTIFY pages captured from real drives must decode to what hdparm decoded from the same
-// bytes (expected_identify.tsv of each folder), both straight and through the transport with
-// a SATA disk model answering with the captured page.
+// bytes (expected_identify.tsv of each folder).
 #include "disk_sys/ata_identify.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +8,6 @@
 #include <sstream>
 #include <vector>
 
-#include "disk_sys/device_commands.h"
 #include "sim/ata_disk_model.h"
 #include "tests/support/test_files.h"
 
@@ -90,20 +88,6 @@ TEST_P(RealIdentifyPages, DecodeAsHdparmDid) {
     if (id.checksum_present) {
       EXPECT_TRUE(id.checksum_ok);
     }
-  }
-}
-
-TEST_P(RealIdentifyPages, DecodeThroughTheTransportFromAModelDrive) {
-  for (const auto& e : rows_for(GetParam())) {
-    SCOPED_TRACE(e.file);
-    sim::ModelTransport models;
-    models.add("/dev/sg3", std::make_shared<sim::SataDiskModel>(read_bytes(e.file)));
-    ScopedDeviceTransport use(models);
-    uint8_t buf[512] = {};
-    ASSERT_EQ(ata_identify("/dev/sg3", buf), 0);
-    AtaIdentity id;
-    ASSERT_TRUE(ata_identify_parse(buf, sizeof buf, id));
-    expect_matches(id, e);
   }
 }
 

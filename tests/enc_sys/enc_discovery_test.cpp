@@ -76,7 +76,7 @@ TEST_F(EncDiscoveryTest, CapabilityWordChoosesThePseudoEnclosures) {
   EXPECT_EQ(list(), with({"root_iscsi"}));
 }
 
-TEST_F(EncDiscoveryTest, CapacityRules) {
+TEST_F(EncDiscoveryTest, RealSasTreeListsBothExpandersTagsThemAndKeepsToTheCapacity) {
   model("[System Enclosure]\nCAP = 0x0\n");
   char* two[2] = {nullptr, nullptr};
   EXPECT_EQ(se_sys_enumerate(two, 2), 0);
@@ -91,12 +91,9 @@ TEST_F(EncDiscoveryTest, CapacityRules) {
   EXPECT_EQ(stored, (Names{"root", "root_boot", "root_usb", "root_esata"}));
   EXPECT_TRUE(runner.execs_of("/sbin/udevadm").empty());
   EXPECT_NE(trace_log(root).find("count(6) > max_count(4)"), std::string::npos);
-}
 
-TEST_F(EncDiscoveryTest, RealSasTreeListsBothExpandersAndTagsThemForUdev) {
   model("[System Enclosure]\nCAP = 0x200\n");
-  unpack_real_sas_tree();
-  runner.udevd_running = true;
+  runner.shells.clear();
   EXPECT_EQ(list(), (Names{"root", "root_boot", "root_usb", "5000ccab0200947e", "5003048001e8967f"}));
   EXPECT_EQ(runner.execs_of("/sbin/udevadm"),
             (Names{"/sbin/udevadm|control|--env=5000ccab0200947e=enc",

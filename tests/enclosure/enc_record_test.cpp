@@ -134,14 +134,6 @@ TEST_F(EncRecordTest, ChildIsLinkedIntoItsRegisteredParentOnly) {
         << id;
 }
 
-TEST_F(EncRecordTest, FolderStoreLeavesTheLiveStoreAlone) {
-  SE_ENC_INFO info = make_record("root", 0, 0);
-  root.mkdir("/tmp/rescan");
-  ASSERT_EQ(se_write_conf(0, &info, "/tmp/rescan"), 0);
-  EXPECT_EQ(ini_get("/tmp/rescan/hal.conf", "Index", "enc_sysid_root"), "0");
-  EXPECT_FALSE(root.exists(kHalConf));
-}
-
 TEST_F(EncRecordTest, RejectedIdentitiesWriteNothing) {
   for (const char* bad : {"mvs_bad id!", "bad=id", "mvs_"}) {
     SE_ENC_INFO info = make_record(bad, 0, SE_PROTOCOL_MVS, "root");

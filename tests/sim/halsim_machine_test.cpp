@@ -47,18 +47,10 @@ TEST_F(HalsimMachine, PowerOnShowsEveryPresentDiskWhereTheKernelWould) {
   machine.power_on();
   EXPECT_EQ(machine.visible().size(), 15u);  // 6 system, 1 cache, 1 USB, 7 in the unit
   EXPECT_EQ(plugged.size(), 15u);
-  // AHCI ports probe in order: the disk of slot 3 is the third sd device.
+  // AHCI ports probe in order: the disk of slot 3 is the third sd device. (That discovery
+  // finds each disk in its bay through these trees is the appliance test's.)
   EXPECT_EQ(device_of("root/3"), "sdc");
-  EXPECT_EQ(real("/sys/block/sdc"),
-            "/sys/devices/pci0000:00/0000:00:17.0/ata3/host2/target2:0:0/2:0:0:0/block/sdc");
-  EXPECT_EQ(device_of("cache/1"), "nvme0n1");
-  EXPECT_EQ(real("/sys/block/nvme0n1"),
-            "/sys/devices/pci0000:00/0000:00:1b.0/0000:02:00.0/nvme/nvme0/nvme0n1");
   EXPECT_FALSE(root.exists("/sys/class/nvme/nvme1"));  // cache slot 2 is empty
-  EXPECT_NE(real("/sys/block/" + device_of("usb/1")).find("/0000:00:14.0/usb2/2-1/2-1:1.0/host"),
-            std::string::npos);
-  std::string bay = real("/sys/block/" + device_of("jbod/5"));
-  EXPECT_NE(bay.find("/0000:01:00.0/host10/port-10:0/expander-10:0/port-10:0:"), std::string::npos) << bay;
   EXPECT_EQ(root.read(fs::path(real("/sys/block/" + device_of("jbod/5"))).parent_path().parent_path().string() +
                       "/sas_address"),
             "0x5000ccab0200e043\n");  // the expander's SATA bridge address for phy 4
@@ -67,7 +59,6 @@ TEST_F(HalsimMachine, PowerOnShowsEveryPresentDiskWhereTheKernelWould) {
   for (auto& e : fs::directory_iterator(root.path("/sys/class/enclosure"))) encl.push_back(e.path().string());
   ASSERT_EQ(encl.size(), 1u);
   EXPECT_EQ(root.read("/sys/class/enclosure/" + fs::path(encl[0]).filename().string() + "/components"), "12\n");
-  EXPECT_EQ(real("/sys/bus/pci/devices/0000:01:00.0"), "/sys/devices/pci0000:00/0000:00:01.0/0000:01:00.0");
   EXPECT_TRUE(root.exists("/dev/sdc"));
   EXPECT_EQ(dangling_links(), 0);
 }

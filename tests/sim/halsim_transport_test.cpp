@@ -6,9 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "disk_sys/ata_identify.h"
 #include "disk_sys/device_commands.h"
-#include "disk_sys/nvme_identify.h"
 #include "disk_sys/scsi_pages.h"
 #include "transport/transport_frame.h"
 #include "sim/halsim/daemon.h"
@@ -137,7 +135,8 @@ TEST(HalsimFrames, MalformedBytesAreRefused) {
 }
 
 // A daemon serving the sample appliance in this process; the library reaches it as any other
-// process would, through HAL_ROOT and the socket.
+// process would, through HAL_ROOT and the socket. (What each simulated disk answers through it
+// is the appliance test's: tests/tools/appliance_test.cpp boots the library over the socket.)
 class HalsimSocket : public test::SandboxTest {
  protected:
   void SetUp() override {
@@ -161,40 +160,6 @@ class HalsimSocket : public test::SandboxTest {
   std::unique_ptr<sim::halsim::Daemon> daemon;
   std::thread server;
 };
-
-TEST_F(HalsimSocket, LibraryTalksToTheSimulatedDisks) {
-  // sdc is the disk of slot 3; its generic node is sg2.
-  uint8_t buf[512] = {};
-  size_t got = 0;
-  ASSERT_EQ(scsi_inquiry("/dev/sg2", -1, buf, 96, &got), 0);
-  InquiryData inq;
-  ASSERT_TRUE(scsi_parse_inquiry(buf, got, inq));
-  EXPECT_EQ(inq.vendor, "ATA");
-  EXPECT_EQ(inq.product, "BAYDRIVE BD8000N");
-
-  ASSERT_EQ(ata_identify("/dev/sdc", buf), 0);
-  AtaIdentity id;
-  ASSERT_TRUE(ata_identify_parse(buf, 512, id));
-  EXPECT_EQ(id.serial, "BD8K0000A103");
-  EXPECT_EQ(id.sectors, 8'000'000'000'000ull / 512);
-  EXPECT_EQ(id.wwn_hex(), "5000c500a1000103");
-
-  uint8_t page[4096] = {};
-  ASSERT_EQ(nvme_identify("/dev/nvme0", 1, 0, page), 0);
-  NvmeController ctrl;
-  ASSERT_TRUE(nvme_parse_identify_ctrl(page, sizeof page, ctrl));
-  EXPECT_EQ(ctrl.serial, "NV1T00000C01");
-
-  // sdh is the SAS disk in bay 1 of the expansion unit.
-  uint64_t blocks = 0;
-  uint32_t len = 0;
-  EXPECT_EQ(scsi_read_capacity("/dev/sdh", blocks, len), 0);
-  EXPECT_EQ(blocks, 12'000'000'000'000ull / 512);
-
-  // A node no model answers for fails as opening a missing node would.
-  DeviceCommand c = inquiry_cmd(buf);
-  EXPECT_EQ(device_command("/dev/sg99", c), -ENODEV);
-}
 
 TEST_F(HalsimSocket, PulledDiskStopsAnsweringAndReturns) {
   auto pulled = nlohmann::json::parse(control("remove root/3"));

@@ -53,9 +53,7 @@ TEST_F(HalToolConf, SetGetDelRoundTripWithAwkwardNames) {
   EXPECT_TRUE(missing.out.empty());
   // Removing what is not there is not a failure.
   EXPECT_EQ(json({"conf", "del", "/etc/disk.conf", section, key})["removed"], false);
-}
-
-TEST_F(HalToolConf, LeadingSectionIsTheEmptyName) {
+  // The leading section is the empty name.
   root.write("/etc/top.conf", "version = 3\n[Other]\nversion = 9\n");
   EXPECT_EQ(json({"conf", "get", "/etc/top.conf", "", "version"})["value"], "3");
 }

@@ -100,4 +100,13 @@ std::optional<long long> sys_temp_monitor_bitmap(int region) {
   return number("System Temp Region " + std::to_string(region), "SYS_TEMP_MONITOR_BITMAP");
 }
 
+std::optional<std::string> temp_region_name(int region) {
+  return model_key("System Temp Region " + std::to_string(region), "REGION_NAME");
+}
+
+std::vector<int> temp_regions() { return slot_numbers("System Temp Region"); }
+
+int max_cpu_num() { return static_cast<int>(number(kSystemEnclosure, "MAX_CPU_NUM").value_or(1)); }
+std::optional<long long> max_temp_num() { return number(kSystemEnclosure, "MAX_TEMP_NUM"); }
+
 }  // namespace bayhal::model

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace bayhal::model {
 
@@ -76,5 +77,12 @@ int region_max_fan_num(int region);
 
 // SYS_TEMP_MONITOR_BITMAP of "System Temp Region <r>" (r from 1).
 std::optional<long long> sys_temp_monitor_bitmap(int region);
+// REGION_NAME of "System Temp Region <r>"; the region numbers r that have a section.
+std::optional<std::string> temp_region_name(int region);
+std::vector<int> temp_regions();
+
+// "System Enclosure": MAX_CPU_NUM (1 when absent) and MAX_TEMP_NUM.
+int max_cpu_num();
+std::optional<long long> max_temp_num();
 
 }  // namespace bayhal::model

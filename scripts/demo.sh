@@ -80,6 +80,12 @@ step "the board: the chip behind each function, read through the embedded contro
 hal board --read
 hal ec fw
 
+step "the hardware monitor: temperatures, fans set to level 5, and the OpenMetrics export"
+hal temp
+hal fan set all 5
+hal fan
+hal metrics | grep -v '^# HELP'
+
 step "the controller's registers: the status LED blinks red, the USB copy button is pressed"
 hal ec set 0x155 4
 halsim press usb_copy
@@ -94,6 +100,9 @@ root=$sio_root
 halsim start examples/appliances/sio_sample.ini
 hal board --read
 hal sio id
+hal temp
+hal fan set 6 8
+hal fan
 
 step "its front panel: the green LED on (GP53), the red one on the blink engine (GP52), a button"
 hal sio gpio 53 on

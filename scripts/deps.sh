@@ -2,7 +2,7 @@
 # Installs the Debian packages bayhal builds and tests with, when any is missing.
 set -euo pipefail
 pkgs=(build-essential cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev
-      libcli11-dev nlohmann-json3-dev libinih-dev iproute2 "$@")
+      libcli11-dev nlohmann-json3-dev libinih-dev iproute2 python3-prometheus-client "$@")
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <mutex>
 
+#include "board/dispatch/board_readings.h"
 #include "board/drivers/i2c/i2c_system_bus.h"
 
 namespace bayhal::board {
@@ -93,6 +94,7 @@ Selection cached_function(Function f) {
 }
 
 void reset_board_caches() {
+  reset_board_readings();
   for (auto& s : g_temp) s.reset();
   for (auto& s : g_fan) s.reset();
   for (auto& b : g_bus) b.store(kNotRead);

@@ -54,9 +54,14 @@ int root_get_fan_operate_pwm(int index, int* pwm) {
 bool takes_level(Family f) { return f == Family::kPic || f == Family::kMcu || f == Family::kEmcu; }
 
 // The Super I/O and I2C fans all follow the system fans' table; the EC's fans their own.
+LevelTable level_table(Family f, int index) {
+  if (f == Family::kEc) return {fan_group(index), fan_region(index)};
+  return {model::FanGroup::kSystem, 0};
+}
+
 int level_pwm(Family f, int index, int level) {
-  return f == Family::kEc ? fan_level_pwm(fan_group(index), fan_region(index), level)
-                          : fan_level_pwm(model::FanGroup::kSystem, 0, level);
+  LevelTable t = level_table(f, index);
+  return fan_level_pwm(t.group, t.region, level);
 }
 
 int root_set_fan_speed(int index, int level) {
@@ -77,21 +82,28 @@ int root_set_fan_pwm(int index, int pwm) {
   return call_driver(__func__, family_of(s.hm_type), &Driver::set_fan_pwm, t, pwm);
 }
 
-// Every configured fan: system fans, CPU fans, then the regions left after those two groups.
 int root_set_all_fans(int level) {
   int rc = -1;
-  int system = model::max_fan_num(), cpu = model::max_cpu_fan_num();
-  for (int i = 0; i < system; ++i) rc = root_set_fan_speed(i, level);
-  for (int i = 0; i < cpu; ++i) rc = root_set_fan_speed(6 + i, level);
-  int regions = model::max_region_num() - (system != 0 ? 1 : 0) - (cpu != 0 ? 1 : 0);
-  for (int r = 0; r < regions; ++r) {
-    int fans = model::region_max_fan_num(r + 1);
-    for (int k = 0; k < fans && k < 10; ++k) rc = root_set_fan_speed(20 + 10 * r + k, level);
-  }
+  for (int index : configured_fans()) rc = root_set_fan_speed(index, level);
   return rc;
 }
 
 }  // namespace
+
+// System fans, CPU fans, then the regions left after those two groups, at most ten fans a
+// region and only as far as the fan map reaches.
+std::vector<int> configured_fans() {
+  std::vector<int> out;
+  int system = model::max_fan_num(), cpu = model::max_cpu_fan_num();
+  for (int i = 0; i < system; ++i) out.push_back(i);
+  for (int i = 0; i < cpu; ++i) out.push_back(6 + i);
+  int regions = model::max_region_num() - (system != 0 ? 1 : 0) - (cpu != 0 ? 1 : 0);
+  for (int r = 0; r < regions; ++r) {
+    int fans = model::region_max_fan_num(r + 1);
+    for (int k = 0; k < fans && k < 10; ++k) out.push_back(20 + 10 * r + k);
+  }
+  return out;
+}
 
 int se_sys_get_fan_speed(const char* enc_sys_id, int index, unsigned* rpm, int* status) {
   if (rpm == nullptr || status == nullptr) return -1;
@@ -127,11 +139,12 @@ int se_sys_set_fan_pwm(const char* enc_sys_id, int index, int pwm) {
       [&] { return root_set_fan_pwm(index, pwm); }, &Driver::set_fan_pwm, pwm);
 }
 
-int se_sys_fan_level_pwm(int index, int level) {
+std::optional<LevelTable> se_sys_fan_level_table(int index) {
   Slot s = cached_fan_slot(index);
-  if (s.hm_type <= 0 || level < 0 || level >= kFanLevels) return -1;
+  if (s.hm_type <= 0) return std::nullopt;
   Family f = family_of(s.hm_type);
-  return takes_level(f) ? -1 : level_pwm(f, index, level);
+  if (takes_level(f)) return std::nullopt;
+  return level_table(f, index);
 }
 
 int se_sys_ec_fan_index(int index) {

@@ -3,16 +3,26 @@
 // answers, the embedded controller's automatic fan control, and the board functions whose
 // chips speak a private protocol (they answer the documented failure; README "Not supported").
 #pragma once
+#include <optional>
+#include <vector>
+
 #include "board/drivers/ec/ec.h"
+#include "model/board_keys.h"
 
 namespace bayhal::board {
 
 // PWM 0..255 written to the fan's chip as it is (no level table); index as se_sys_set_fan_speed
 // but without -1.
 int se_sys_set_fan_pwm(const char* enc_sys_id, int index, int pwm);
-// The PWM a root fan gets at `level` from the table its chip follows; -1 when the chip takes
-// the level itself, the fan is not described or the table lacks the level.
-int se_sys_fan_level_pwm(int index, int level);
+// The level table a root fan follows (FAN_LEVEL_<n> of that group's section); nullopt when
+// its chip takes the level itself or the fan is not described.
+struct LevelTable {
+  model::FanGroup group;
+  int region;
+};
+std::optional<LevelTable> se_sys_fan_level_table(int index);
+// The fans index -1 stands for: system fans, CPU fans, then the regions' fans.
+std::vector<int> configured_fans();
 // The embedded controller's own number of a root fan; -1 when the EC does not drive it.
 int se_sys_ec_fan_index(int index);
 

@@ -127,12 +127,15 @@ void pcie_slots(Conf& c, const Scenario& sc) {
   }
 }
 
-// Fans of one section: FAN_UNIT and FAN_<n> = "I<channel>".
+// Fans of one section: FAN_UNIT, FAN_<n> = "I<channel>" and the nine levels' PWM (level 0
+// at 64, then 24 more a level up to 255).
 void fan_section(Conf& c, const char* section, const char* unit, int count, int first_channel) {
   if (count == 0) return;
   c.section(section);
   c.key("FAN_UNIT", unit);
   for (int n = 1; n <= count; ++n) c.key("FAN_" + std::to_string(n), "I" + std::to_string(first_channel + n - 1));
+  for (int level = 0; level <= 8; ++level)
+    c.key("FAN_LEVEL_" + std::to_string(level), level == 8 ? 255LL : 64LL + 24 * level);
 }
 
 // The embedded controller carries every board function; its fan channels are the EC's fan
@@ -143,6 +146,10 @@ void ec_board(Conf& c, const EcSpec& ec) {
   if (!ec.cpu_temps.empty()) c.key("CPU_TEMP_UNIT", "EC");
   if (!ec.system_temps.empty()) c.key("SYSTEM_TEMP_UNIT", "EC");
   if (!ec.env_temps.empty()) c.key("ENV_TEMP_UNIT", "EC");
+  // The sensors the board has: system sensors by count, environment sensors by number.
+  c.key("MAX_TEMP_NUM", static_cast<long long>(ec.system_temps.size()));
+  for (size_t n = 1; n <= ec.env_temps.size(); ++n)
+    c.key("ENV_TEMP" + std::to_string(n) + "_ID", static_cast<long long>(n - 1));
   c.key("PWR_RECOVERY_UNIT", "EC");
   c.key("MAX_FAN_NUM", static_cast<long long>(ec.system_fans.size()));
   c.key("MAX_CPU_FAN_NUM", static_cast<long long>(ec.cpu_fans.size()));
@@ -165,6 +172,7 @@ void superio_board(Conf& c, const SuperIoSpec& sio) {
   c.key("PWR_RECOVERY_UNIT", "SIO");
   if (!sio.temps.empty()) c.key("CPU_TEMP_UNIT", "SIO:1");
   if (sio.temps.size() > 1) c.key("SYSTEM_TEMP_UNIT", "SIO:2");
+  c.key("MAX_TEMP_NUM", sio.temps.size() > 1 ? 1LL : 0LL);
   int fans = static_cast<int>(sio.fans.size());
   c.key("MAX_CPU_FAN_NUM", fans > 0 ? 1 : 0);
   c.key("MAX_FAN_NUM", fans > 1 ? fans - 1 : 0);

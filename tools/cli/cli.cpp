@@ -174,7 +174,9 @@ CLI::App* Run::add_command(CLI::App* parent, const std::string& name, const std:
   auto up = commands_.find(parent);
   std::string path = up == commands_.end() ? name : up->second.first + " " + name;
   commands_[cmd] = {path, result_key};
-  cmd->callback([this, path, result_key, body = std::move(body)] {
+  cmd->callback([this, cmd, path, result_key, body = std::move(body)] {
+    // A command with verbs of its own ("fan" and "fan set") runs only when none was given.
+    if (!cmd->get_subcommands().empty()) return;
     command_ = path;
     result_key_ = result_key;
     body();

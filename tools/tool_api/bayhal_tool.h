@@ -73,6 +73,22 @@ BAYHAL_TOOL_API int bayhal_tool_board_map(bayhal_tool_board_fn each, void *arg);
    0 running or 1 failed) through the board back-end; its result (0, or negative). */
 BAYHAL_TOOL_API int bayhal_tool_board_temp(int index, double *value);
 BAYHAL_TOOL_API int bayhal_tool_board_fan(int index, double *value, int *status);
+/* Everything the hardware monitor reads of enclosure `enc_id`'s board, sensor by sensor, as
+   HM_* would read it (the enclosure looked up once): `each` once per sensor. kind is
+   "temperature", "region", "fan" or "power supply"; index the temperature or fan index, the
+   region from 0 or the supply (1, 2); rc the reading's result (0 read); celsius for
+   temperatures and regions; rpm and status (0 running, 1 failed) for fans, status 0 good or
+   -1 failed for supplies; pwm_rc and pwm (0-255) for fans whose PWM can be read; level the
+   fan level that PWM is, or -1. The count, or -1 when the enclosure is not registered. */
+typedef struct {
+  const char *kind, *name;
+  int index, rc;
+  double celsius;
+  unsigned rpm;
+  int status, pwm_rc, pwm, level;
+} BAYHAL_TOOL_SENSOR;
+typedef void (*bayhal_tool_sensor_fn)(void *arg, const BAYHAL_TOOL_SENSOR *sensor);
+BAYHAL_TOOL_API int bayhal_tool_monitor(int enc_id, bayhal_tool_sensor_fn each, void *arg);
 /* Facts of the root board: 1 or 0 for the embedded controller; the MCU spec, or -2 when the
    model description gives none. */
 BAYHAL_TOOL_API int bayhal_tool_board_facts(int *ec, int *mcu_spec);

@@ -1,7 +1,9 @@
 // The private interface's board entries (bayhal_tool.h): the board map, readings through the
 // back-end, and the board's chip facts.
 #include "board/dispatch/board_map.h"
+#include "board/dispatch/board_readings.h"
 #include "board/dispatch/se_sys.h"
+#include "enclosure/enc_store.h"
 #include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "tools/tool_api/bayhal_tool.h"
@@ -12,6 +14,17 @@ const char* text_or_null(const std::optional<std::string>& text) {
   return text ? text->c_str() : nullptr;
 }
 const char* text_or_null(const std::string& text) { return text.empty() ? nullptr : text.c_str(); }
+
+const char* kind_name(bayhal::board::Reading::Kind kind) {
+  using Kind = bayhal::board::Reading::Kind;
+  switch (kind) {
+    case Kind::kTemperature: return "temperature";
+    case Kind::kRegion: return "region";
+    case Kind::kFan: return "fan";
+    case Kind::kSupply: break;
+  }
+  return "power supply";
+}
 
 }  // namespace
 
@@ -39,6 +52,18 @@ BAYHAL_EXPORT int bayhal_tool_board_fan(int index, double* value, int* status) t
   int rc = bayhal::board::se_sys_get_fan_speed("root", index, &rpm, status);
   *value = rpm;
   return rc;
+} BAYHAL_C_BOUNDARY(-1)
+
+BAYHAL_EXPORT int bayhal_tool_monitor(int enc_id, bayhal_tool_sensor_fn each, void* arg) try {
+  char enc_sys_id[32];
+  if (enc_id < 0 || bayhal::se_lookup_sys_id(enc_id, enc_sys_id, sizeof enc_sys_id) != 0) return -1;
+  std::vector<bayhal::board::Reading> readings = bayhal::board::read_board(enc_sys_id);
+  for (const auto& r : readings) {
+    BAYHAL_TOOL_SENSOR out{kind_name(r.kind), r.name.c_str(), r.index,  r.rc,     r.celsius,
+                           r.rpm,             r.status,       r.pwm_rc, r.pwm,    r.level};
+    if (each != nullptr) each(arg, &out);
+  }
+  return static_cast<int>(readings.size());
 } BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int bayhal_tool_board_facts(int* ec, int* mcu_spec) try {

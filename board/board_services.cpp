@@ -5,6 +5,7 @@
 #include <atomic>
 
 #include "board/dispatch/se_sys.h"
+#include "board/dispatch/se_sys_monitor.h"
 #include "foundation/pending.h"
 
 namespace bayhal {
@@ -52,12 +53,14 @@ int BoardServices::se_sys_get_fan_region_name_id(int /*region*/, char* /*name*/,
   return not_implemented("se_sys_get_fan_region_name_id", __LINE__, nullptr);
 }
 
-int BoardServices::se_sys_get_fan_pwm_min_max(int /*region*/, int* /*min_pwm*/, int* /*max_pwm*/) {
-  return not_implemented("se_sys_get_fan_pwm_min_max", __LINE__, nullptr);
+int BoardServices::se_sys_get_fan_pwm_min_max(int region, int* min_pwm, int* max_pwm) {
+  return board::se_sys_get_fan_pwm_min_max(region, min_pwm, max_pwm);
 }
 
-int BoardServices::hm_set_fan_speed_by_pwm(int /*enc_id*/, int /*fan_index*/, int /*pwm*/) {
-  return not_implemented("hm_set_fan_speed_by_pwm", __LINE__, nullptr);
+// The registry asks for its own board only; enclosure 0 is always the appliance ("root").
+int BoardServices::hm_set_fan_speed_by_pwm(int enc_id, int fan_index, int pwm) {
+  if (enc_id != 0) return not_implemented("hm_set_fan_speed_by_pwm", __LINE__, nullptr);
+  return board::se_sys_set_fan_pwm("root", fan_index, pwm);
 }
 
 int BoardServices::hal_mb_get_pcie_slot_num(const char* enc_sys_id, int* /*slot*/) {

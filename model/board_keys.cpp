@@ -91,6 +91,9 @@ std::optional<long long> fan_level_pwm(std::string_view section, int level) {
   return number(section, "FAN_LEVEL_" + std::to_string(level));
 }
 
+std::optional<long long> fan_min_pwm(std::string_view section) { return number(section, "MIN_PWM"); }
+std::optional<long long> fan_max_pwm(std::string_view section) { return number(section, "MAX_PWM"); }
+
 int max_region_num() { return count("FAN Region", "MAX_REGION_NUM"); }
 int region_max_fan_num(int region) {
   return count(fan_section(FanGroup::kRegion, region), "MAX_FAN_NUM");

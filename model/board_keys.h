@@ -71,6 +71,9 @@ std::optional<std::string> fan_unit(std::string_view section);
 std::optional<std::string> fan_slot(std::string_view section, int n);
 // FAN_LEVEL_<level>: the PWM of that level; nullopt when absent.
 std::optional<long long> fan_level_pwm(std::string_view section, int level);
+// MIN_PWM and MAX_PWM of a fan section: the range a region's stepping spreads over.
+std::optional<long long> fan_min_pwm(std::string_view section);
+std::optional<long long> fan_max_pwm(std::string_view section);
 // MAX_REGION_NUM of "FAN Region" and MAX_FAN_NUM of "System FAN Region <r>"; 0 when absent.
 int max_region_num();
 int region_max_fan_num(int region);

@@ -36,6 +36,9 @@ std::array<std::atomic<int>, static_cast<size_t>(I2cDevice::kCount)> g_addr;
 // Indexed by Function; only the buttons and the supplies are kept.
 std::mutex g_choice_mutex;
 std::array<std::optional<Selection>, static_cast<size_t>(Function::kCount)> g_choice;
+// SYS_TEMP_MONITOR_BITMAP of temperature regions 1..16 (the outer optional: not read yet).
+constexpr int kRegions = 16;
+std::array<std::optional<std::optional<long long>>, kRegions> g_region_bitmap;
 
 struct Init {
   Init() { reset_board_caches(); }
@@ -86,6 +89,14 @@ int cached_i2c_addr(I2cDevice device) {
   return addr;
 }
 
+std::optional<long long> cached_region_bitmap(int region) {
+  if (region < 1 || region > kRegions) return model::sys_temp_monitor_bitmap(region);
+  std::lock_guard lock(g_choice_mutex);
+  auto& kept = g_region_bitmap[static_cast<size_t>(region - 1)];
+  if (!kept) kept = model::sys_temp_monitor_bitmap(region);
+  return *kept;
+}
+
 Selection cached_function(Function f) {
   std::lock_guard lock(g_choice_mutex);
   auto& kept = g_choice[static_cast<size_t>(f)];
@@ -101,6 +112,7 @@ void reset_board_caches() {
   for (auto& a : g_addr) a.store(kNotRead);
   std::lock_guard lock(g_choice_mutex);
   for (auto& c : g_choice) c.reset();
+  for (auto& b : g_region_bitmap) b.reset();
 }
 
 }  // namespace bayhal::board

@@ -18,6 +18,9 @@ int cached_i2c_bus(I2cReader reader);
 enum class I2cDevice : int { kSupply1, kSupply2, kEnvSensor, kFanUnit, kCount };
 int cached_i2c_addr(I2cDevice device);
 
+// SYS_TEMP_MONITOR_BITMAP of "System Temp Region <region>" (from 1); nullopt when absent.
+std::optional<long long> cached_region_bitmap(int region);
+
 // The chip of the reset and USB copy buttons and of each supply's status, as selected.
 Selection cached_function(Function f);
 

@@ -139,6 +139,20 @@ int se_sys_set_fan_pwm(const char* enc_sys_id, int index, int pwm) {
       [&] { return root_set_fan_pwm(index, pwm); }, &Driver::set_fan_pwm, pwm);
 }
 
+int se_sys_get_fan_pwm_min_max(int region, int* min_pwm, int* max_pwm) {
+  if (min_pwm == nullptr || max_pwm == nullptr) return -1;
+  *min_pwm = *max_pwm = 0;
+  if (region < 0 || region > 3) return -1;
+  std::string section = region == 0   ? model::fan_section(model::FanGroup::kSystem)
+                        : region == 1 ? model::fan_section(model::FanGroup::kCpu)
+                                      : model::fan_section(model::FanGroup::kRegion, region - 1);
+  auto lo = model::fan_min_pwm(section), hi = model::fan_max_pwm(section);
+  if (!lo || !hi) return -1;
+  *min_pwm = static_cast<int>(*lo);
+  *max_pwm = static_cast<int>(*hi);
+  return 0;
+}
+
 std::optional<LevelTable> se_sys_fan_level_table(int index) {
   Slot s = cached_fan_slot(index);
   if (s.hm_type <= 0) return std::nullopt;

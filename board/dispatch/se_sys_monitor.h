@@ -26,6 +26,10 @@ std::vector<int> configured_fans();
 // The embedded controller's own number of a root fan; -1 when the EC does not drive it.
 int se_sys_ec_fan_index(int index);
 
+// MIN_PWM and MAX_PWM of a fan region's section (0 "System FAN", 1 "CPU FAN", 2 and 3
+// "System FAN Region 1" and "2"); -1 when either is missing.
+int se_sys_get_fan_pwm_min_max(int region, int* min_pwm, int* max_pwm);
+
 // Always -1: no board of the family reports voltages.
 int se_sys_get_voltage(const char* enc_sys_id, int index, double* volts);
 // The sensor of network interface eth<nic> (root only), whole degrees.

@@ -44,7 +44,7 @@ int se_sys_get_region_temp(const char* enc_sys_id, int region, double* celsius) 
   if (celsius == nullptr) return -1;
   *celsius = 0.0;
   return root_only(enc_sys_id, [&] {
-    auto bitmap = model::sys_temp_monitor_bitmap(region + 1);
+    auto bitmap = cached_region_bitmap(region + 1);
     if (!bitmap || *bitmap < 1) return root_get_temp(region + 5, celsius);
     int count = 0, total = 0;
     for (int bit = 0; bit < 8; ++bit) {

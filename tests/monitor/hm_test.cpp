@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "bayhal/HM.h"
+#include "bayhal/SE.h"
 #include "board/dispatch/fan_levels.h"
 #include "sim/ec_model.h"
 #include "tests/board/board_fixture.h"
@@ -123,7 +124,11 @@ TEST_F(HmTest, FansFollowTheLevelTableOfTheirChipAndTakePwmAsItIs) {
   EXPECT_EQ(HM_Set_Fan_Speed_By_PWM(0, 20, 77), 0);
   EXPECT_EQ(HM_Set_Fan_Speed_By_PWM(0, 20, 256), -1);
   EXPECT_EQ(HM_Set_Fan_Speed_By_PWM(0, 12, 77), -1);  // no such fan
-  EXPECT_EQ(test::calls().log, (Log{"SIO pwm 20/21=77"}));
+  // A region's stepping spreads over its MIN_PWM..MAX_PWM and sets its first fan.
+  root.write(kModelConf, root.read(kModelConf) + "MIN_PWM = 50\nMAX_PWM = 250\n");
+  EXPECT_EQ(SE_Set_FAN_Region_Stepping(0, 2, 30), 0);
+  EXPECT_EQ(SE_Set_FAN_Region_Stepping(0, 1, 30), -1);  // "CPU FAN" gives no range
+  EXPECT_EQ(test::calls().log, (Log{"SIO pwm 20/21=77", "SIO pwm 20/21=110"}));
 }
 
 class HmEcTest : public HmTest {

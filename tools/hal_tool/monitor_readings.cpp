@@ -1,5 +1,6 @@
 #include "tools/hal_tool/monitor_readings.h"
 
+#include <charconv>
 #include <cstdio>
 
 #include "tools/tool_api/bayhal_tool.h"
@@ -59,8 +60,16 @@ void labels(std::string& out, const std::string& enc, const Sensor& s, const cha
   out += "\"}";
 }
 
+// Whole numbers (every reading is one) without the cost of floating-point formatting.
 void number(std::string& out, double v) {
   char buf[32];
+  if (auto whole = static_cast<long long>(v); whole == v) {
+    buf[0] = ' ';
+    char* end = std::to_chars(buf + 1, buf + sizeof buf - 1, whole).ptr;
+    *end++ = '\n';
+    out.append(buf, static_cast<size_t>(end - buf));
+    return;
+  }
   std::snprintf(buf, sizeof buf, " %.15g\n", v);
   out += buf;
 }

@@ -123,13 +123,16 @@ int enc_of_dev_no_is(int major, int minor, std::initializer_list<bayhal::EncKind
 }  // namespace
 
 BAYHAL_EXPORT int PD_Is_In_Root_By_Dev_No(int major, int minor) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, major, minor);
   return enc_of_dev_no_is(major, minor, {bayhal::EncKind::kRoot});
 } BAYHAL_C_BOUNDARY(0)
 
 BAYHAL_EXPORT int PD_Is_In_Root_Cache_By_Dev_No(int major, int minor) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, major, minor);
   return enc_of_dev_no_is(major, minor, {bayhal::EncKind::kCache});
 } BAYHAL_C_BOUNDARY(0)
 
 BAYHAL_EXPORT int PD_Is_In_Root_PCIe_By_Dev_No(int major, int minor) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, major, minor);
   return enc_of_dev_no_is(major, minor, {bayhal::EncKind::kPcieSlot, bayhal::EncKind::kZmc});
 } BAYHAL_C_BOUNDARY(0)

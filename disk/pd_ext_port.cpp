@@ -37,7 +37,7 @@ int find_card_port(int pcie_slot, std::string_view pd_sys_id) {
   int domain = slot->slot.domain;
   HzrCardDescription card;
   if (disk_backend().hzr_card_description(pcie_slot, &card) != 0) return -1;
-  for (int p = 0; p < card.minisas_port_count; ++p) {
+  for (int p = 0; p < card.minisas_port_count && p < model::kMaxMinisasPorts; ++p) {
     int switch_port = p < static_cast<int>(card.switch_ports.size()) ? card.switch_ports[p] : -1;
     for (int lane = 0; lane < kLanesPerPort; ++lane) {
       int index = card.port_offset + lane + (card.minisas_port_count > 3 ? kLanesPerPort * p : 0);

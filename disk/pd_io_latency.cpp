@@ -18,6 +18,9 @@ constexpr int kHddLatency = 1000;
 }  // namespace
 
 BAYHAL_EXPORT int PD_Set_ATA_IO_Latency(const PD_INFO* info) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%.*s).\n", __func__,
+            info != nullptr ? static_cast<int>(sizeof info->pd_sys_name) : 6,
+            info != nullptr ? info->pd_sys_name : "(null)");
   if (info == nullptr || info->type != PD_TYPE_ATA) return -1;
   std::string_view model = bayhal::disk::text_of(info->model);
   std::string enc(bayhal::disk::text_of(info->enc_sys_id));

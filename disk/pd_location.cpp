@@ -35,14 +35,19 @@ int sas_answer(const char* fn, int enc_id, int port_id, bool direct) {
 
 }  // namespace
 
-BAYHAL_EXPORT int PD_Is_In_Root(int enc_id) try { return enc_id == kRootEncId ? 1 : 0; } BAYHAL_C_BOUNDARY(0)
+BAYHAL_EXPORT int PD_Is_In_Root(int enc_id) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
+  return enc_id == kRootEncId ? 1 : 0;
+} BAYHAL_C_BOUNDARY(0)
 
 BAYHAL_EXPORT int PD_Is_In_Root_Cache(int enc_id) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   int cache = bayhal::disk::enc_cache_id();
   return enc_id >= 0 && cache >= 0 && enc_id == cache ? 1 : 0;
 } BAYHAL_C_BOUNDARY(0)
 
 BAYHAL_EXPORT int PD_Is_In_Root_PCIe(int enc_id) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   return enc_id >= 0 && bayhal::disk::enc_is_pci_cache(enc_id) ? 1 : 0;
 } BAYHAL_C_BOUNDARY(0)
 

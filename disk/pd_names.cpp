@@ -151,6 +151,11 @@ BAYHAL_EXPORT int PD_Get_Slot_Name(int enc_id, int port_id, char* buf, int size)
 
 BAYHAL_EXPORT int PD_Get_Log_Name(int enc_id, int port_id, char* buf, int size) try {
   if (bad_call(__func__, enc_id, port_id, buf, size)) return -1;
+  // An event log must not name a disk of an enclosure that is not there.
+  if (bayhal::disk::enc_sys_id_of(enc_id).empty()) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: no enclosure %d\n", __func__, enc_id);
+    return -1;
+  }
   return copy_name(bayhal::disk::log_name(enc_id, port_id), buf, size);
 } BAYHAL_C_BOUNDARY(-1)
 

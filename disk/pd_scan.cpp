@@ -30,8 +30,9 @@ int pd_scan(int enc_id, const char* dir) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): unknown enclosure %d!\n", __func__, __LINE__, enc_id);
     return -1;
   }
-  int slots = disk::enc_max_disk_num(enc_id);
-  int max = slots > 0 ? slots : PD_SLOT_PORT_ID_MAX;
+  // Room for every disk the enclosure's ids can name (a slot may hold several devices),
+  // whatever its stored slot count says.
+  constexpr int max = PD_SLOT_PORT_ID_MAX * PD_MEMBER_MAX_COUNT;
   std::vector<char*> list(static_cast<size_t>(max), nullptr);
   int n = disk_backend().enumerate(enc_sys_id.c_str(), list.data(), max);
   if (n < 0) return -1;

@@ -19,6 +19,7 @@
 #include "disk/pd_store.h"
 #include "disk/pd_wwn.h"
 #include "ini/ini_bitmap.h"
+#include "ini/ini_conf_util.h"
 #include "ini/ini_edit.h"
 #include "ini/ini_file.h"
 #include "ini/ini_store.h"
@@ -77,6 +78,18 @@ ini::Bitmap bitmap_in(std::string_view text, const std::string& key) {
 Keys index_keys(const PD_INFO& info, int port_id);
 void fill_section(Claim& c);
 
+// The id this device already holds in the store (index key and bit), or -1.
+int held_id(std::string_view text, const PD_INFO& info, const ini::Bitmap& pd) {
+  std::string_view sys_id = disk::text_of(info.pd_sys_id);
+  std::string_view value;
+  int id = -1;
+  if (!disk::usable_key_text(sys_id) ||
+      !ini::find_value(text, disk::kIndex, disk::sysid_key(sys_id), value) ||
+      !ini::parse_int32(value, false, id) || id < 0 || id > PD_SLOT_PORT_ID_MAX || !pd.test(id))
+    return -1;
+  return id;
+}
+
 // Under the store's write lock: picks the identifier and sets its bit, the disk's index keys
 // and its section in one replacement of the file, so two writers never get the same id and
 // a taken id is refused before anything is written.
@@ -84,6 +97,20 @@ int decide_id(std::string_view text, ini::Edit& edit, Claim& c) {
   ini::Bitmap pd = bitmap_in(text, disk::kPdBitmap);
   int id = c.port_id;
   if (c.kind != Kind::boot && c.usb && id >= 0 && pd.test(id)) id = -1;
+  int held = c.kind != Kind::boot && id < 0 ? held_id(text, *c.info, pd) : -1;
+  if (held >= 0) {
+    // The same device again (a repeated add event): its record is rewritten in place, since
+    // a second one would be out of detach's reach.
+    c.port_id = held;
+    edit.section = disk::kIndex;
+    c.index = index_keys(*c.info, held);
+    for (const auto& [k, v] : c.index) edit.set.emplace_back(k, v);
+    fill_section(c);
+    ini::Edit& record = edit.then.emplace_back();
+    record.section = c.section;
+    for (const auto& [k, v] : c.keys) record.set.emplace_back(k, v);
+    return 0;
+  }
   ini::Bitmap bits;
   int bit = 0;
   if (c.kind == Kind::boot || id < 0) {

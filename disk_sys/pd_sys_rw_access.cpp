@@ -46,11 +46,11 @@ std::optional<long> read_counter(const std::string& dir, const char* name) {
 }
 
 // The device folder that holds the counters: through the disk's SCSI generic node, or its
-// block device when it has none.
+// block device when it has none (discovery then names the block device as its controller).
 std::string counter_dir(const PD_INFO& info, std::string_view pd_sys_id) {
   std::string_view ctrl = text_of(info.pd_ctrl_name);
   if (size_t slash = ctrl.rfind('/'); slash != std::string_view::npos) ctrl = ctrl.substr(slash + 1);
-  if (!ctrl.empty() && ctrl.find("..") == std::string_view::npos)
+  if (!ctrl.empty() && ctrl != pd_sys_id && ctrl.find("..") == std::string_view::npos)
     return "/sys/class/scsi_generic/" + std::string(ctrl) + "/device";
   return "/sys/block/" + std::string(pd_sys_id) + "/device";
 }

@@ -160,7 +160,8 @@ void pcie_slot(std::vector<SlotHit>& out, int slot) {
     disks.insert(disks.end(), found.begin(), found.end());
   }
   if (disks.empty()) disks = disks_below(ctrl);  // the last resort: anything below the card
-  for (size_t k = 0; k < disks.size(); ++k) out.push_back({static_cast<int>(k) + 1, disks[k]});
+  // A place in this list is no slot: the disk store allocates their ids.
+  for (const FoundDisk& d : disks) out.push_back({-1, d});
 }
 
 }  // namespace
@@ -224,8 +225,9 @@ std::vector<SlotHit> root_enclosure_disks(std::string_view enc) {
       if (int slot = index_after(enc, kind->name); slot > 0) pcie_slot(out, slot);
       break;
     case EncKind::kIscsi: {
-      auto disks = enumerate_pd_in_iscsi_enclousre();
-      for (size_t k = 0; k < disks.size(); ++k) out.push_back({static_cast<int>(k) + 1, disks[k]});
+      // Logins come and go in any order: the disk store allocates their ids (capped at the
+      // enclosure's disk count), not their place in the session list.
+      for (const FoundDisk& d : enumerate_pd_in_iscsi_enclousre()) out.push_back({-1, d});
       break;
     }
     case EncKind::kBoot: {

@@ -32,6 +32,9 @@ bool valid_key_text(std::string_view text);
 // One key of an enclosure's hal.conf section.
 std::optional<long long> enc_get_int(int enc_id, const char* key, bool hex = false);
 std::optional<std::string> enc_get_text(int enc_id, const char* key);
+// Sets one key of a registered enclosure's section, checked and written under one lock, so
+// an unknown id (or one detached meanwhile) gets no stray section. 0, or -1 with a trace.
+int enc_set_text(const char* who, int enc_id, const char* key, std::string_view value);
 
 // Same for any INI file and section (model description, sysdef, ...).
 std::optional<long long> conf_get_int(const char* file, const char* section, const char* key,

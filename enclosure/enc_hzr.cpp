@@ -15,7 +15,7 @@
 namespace bayhal {
 namespace {
 
-constexpr int kMaxExtPorts = 8;
+constexpr int kMaxExtPorts = model::kMaxMinisasPorts;
 
 int pcie_slot_count() {
   return model::max_pcie_slot();

@@ -3,7 +3,9 @@
 
 #include <cerrno>
 #include <cstring>
+#include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "bayhal/ERR_TRACE.h"
 #include "bayhal/Ini_Conf.h"
@@ -19,6 +21,25 @@
 
 namespace bayhal {
 namespace {
+
+// "enc_uid_<unique id>", with what a store key cannot hold ('=', '[', ']', control bytes,
+// blanks at either end) and '%' itself written as %XX: real units report such serials, and
+// every unique id must map to its own key and back.
+std::string uid_key(std::string_view uid) {
+  std::string key = "enc_uid_";
+  for (size_t i = 0; i < uid.size(); ++i) {
+    unsigned char c = static_cast<unsigned char>(uid[i]);
+    bool edge_blank = c == ' ' && (i == 0 || i + 1 == uid.size());
+    if (c < 0x20 || c == 0x7f || c == '=' || c == '[' || c == ']' || c == '%' || edge_blank) {
+      char hex[4];
+      std::snprintf(hex, sizeof hex, "%%%02X", c);
+      key += hex;
+    } else {
+      key += static_cast<char>(c);
+    }
+  }
+  return key;
+}
 
 std::string unique_id(const SE_ENC_INFO& info) {
   const EncKindRow* kind = enc_kind_of(text_of(info.enc_sys_id));
@@ -80,8 +101,8 @@ int se_id_start_bit(const SE_ENC_INFO& info) {
 int se_lookup_id_in_persistent_mapping(SE_ENC_INFO* info) {
   if (info == nullptr) return -1;
   std::string uid = unique_id(*info);
-  if (!valid_key_text(uid)) return -1;
-  auto id = conf_get_int(kEncMap, kIndex, ("enc_uid_" + uid).c_str());
+  if (uid.empty()) return -1;
+  auto id = conf_get_int(kEncMap, kIndex, uid_key(uid).c_str());
   if (!id || *id < 0) return -1;
   int enc_id = static_cast<int>(*id);
   Ini_Conf_Bitmap_Set_Bit(kHalConf, kIndex, kEncBitmap, enc_id);
@@ -134,16 +155,15 @@ int se_acquire_id(const char* enc_sys_id, int* enc_id, SE_ENC_INFO* info) {
 int se_write_enc_map(int enc_id, SE_ENC_INFO* info) {
   if (info == nullptr || enc_id < 0) return -1;
   std::string uid = unique_id(*info);
-  if (!valid_key_text(uid)) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: unusable unique id \"%s\" for enclosure %d\n", __func__,
-              uid.c_str(), enc_id);
+  if (uid.empty()) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: no unique id for enclosure %d\n", __func__, enc_id);
     return -1;
   }
-  std::string uid_key = "enc_uid_" + uid;
+  std::string key = uid_key(uid);
   std::string id_text = std::to_string(enc_id);
-  std::vector<std::pair<std::string, std::string>> keys{{uid_key, id_text}, {id_text, uid_key}};
-  ERR_TRACE(HAL_TRACE_INFO, "%s: write %s = %s.\n", __func__, uid_key.c_str(), id_text.c_str());
-  ERR_TRACE(HAL_TRACE_INFO, "%s: write %s = %s.\n", __func__, id_text.c_str(), uid_key.c_str());
+  std::vector<std::pair<std::string, std::string>> keys{{key, id_text}, {id_text, key}};
+  ERR_TRACE(HAL_TRACE_INFO, "%s: write %s = %s.\n", __func__, key.c_str(), id_text.c_str());
+  ERR_TRACE(HAL_TRACE_INFO, "%s: write %s = %s.\n", __func__, id_text.c_str(), key.c_str());
   char name[SE_DISPLAY_NAME_SIZE];
   if (keeps_display_name(*info) && make_display_name(*info, name)) {
     keys.emplace_back(display_name_key(enc_id), name);

@@ -42,6 +42,9 @@ using namespace bayhal;
 
 BAYHAL_EXPORT int SE_Release_Id(int enc_id) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
+  // An id never handed out has no hot-swap memory to end: marking it would later make a
+  // returning disk of a real enclosure with that id forget it was there.
+  if (enc_id >= 0 && !Ini_Conf_Bitmap_Is_Bit_Set(kEncMap, kIndex, kEncBitmap, enc_id)) return -1;
   if (enc_id >= 0) Ini_Conf_Set_Field(kSeDetached, enc_section(enc_id).c_str(), "detached", "1");
   return se_release_id_in_persistent_mapping(enc_id);
 } BAYHAL_C_BOUNDARY(-1)
@@ -53,10 +56,11 @@ BAYHAL_EXPORT int SE_Is_Id_Available(int enc_id) try {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: bad enclosure id %d\n", __func__, enc_id);
     return 0;
   }
-  int max_id = static_cast<int>(conf_get_int(kSysdefConf, "MISC", "Max Enclosure Id").value_or(31));
-  for (int id = 1; id <= max_id; ++id)
-    if (!Ini_Conf_Bitmap_Is_Bit_Set(kEncMap, kIndex, kEncBitmap, id)) return 1;
-  return 0;
+  long long max_id = conf_get_int(kSysdefConf, "MISC", "Max Enclosure Id").value_or(31);
+  // One look for the lowest free id, however large a hand-edited maximum is.
+  int free_id = -1;
+  if (Ini_Conf_Bitmap_Get_Next_Free_Bit(kEncMap, kIndex, kEncBitmap, &free_id, 1, 0) != 0) return 0;
+  return free_id <= max_id ? 1 : 0;
 } BAYHAL_C_BOUNDARY(0)
 
 BAYHAL_EXPORT int SE_Import_Enc_Map(void) try {

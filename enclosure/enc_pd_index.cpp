@@ -1,4 +1,6 @@
 // Global disk ids and the disk WWN index in hal.conf "Index".
+#include <strings.h>
+
 #include <cstdio>
 #include <string>
 
@@ -6,6 +8,7 @@
 #include "bayhal/Ini_Conf.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_ids.h"
+#include "ini/ini_store.h"
 
 namespace bayhal {
 namespace {
@@ -17,6 +20,10 @@ bool wwn_key(const char* wwn, std::string& key) {
   }
   key = std::string("pd_wwn_") + wwn;
   return true;
+}
+
+bool same_ignoring_case(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && ::strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
 }  // namespace
@@ -45,10 +52,15 @@ int se_write_pd_wwn_index(int enc_id, int port_id, const char* wwn) {
 int se_read_pd_wwn_index(const char* wwn, int* enc_id, int* port_id) {
   std::string key;
   if (enc_id == nullptr || port_id == nullptr || !wwn_key(wwn, key)) return -1;
-  char value[33];
-  if (Ini_Conf_Get_Field(kHalConf, kIndex, key.c_str(), value, sizeof value) <= 0) return -1;
+  auto index = ini::read_section(kHalConf, kIndex);
+  if (!index) return -1;
+  // A WWN is hexadecimal: callers spell it in either case, the index in the case it was
+  // written. The exact spelling wins.
+  const std::string_view* value = index->find(key);
+  for (size_t i = 0; value == nullptr && i < index->entries.size(); ++i)
+    if (same_ignoring_case(index->entries[i].first, key)) value = &index->entries[i].second;
   unsigned global = 0;
-  if (std::sscanf(value, "%08x", &global) != 1) return -1;
+  if (value == nullptr || std::sscanf(std::string(*value).c_str(), "%08x", &global) != 1) return -1;
   return se_get_enc_pd_id(static_cast<int>(global), enc_id, port_id);
 }
 

@@ -46,11 +46,20 @@ BAYHAL_EXPORT int SE_Scan(void) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: is called.\n", __func__);
   Present present;
   present.found = se_sys_enumerate(present.names.data(), kMaxPresent);
-  for (int i = 0; i < present.stored(); ++i)
-    if (se_lookup_id(present.names[static_cast<size_t>(i)]) < 0)
-      SE_Sys_Attach(present.names[static_cast<size_t>(i)], 1);
+  int missed = 0;
+  for (int i = 0; i < present.stored(); ++i) {
+    const char* name = present.names[static_cast<size_t>(i)];
+    if (se_lookup_id(name) >= 0) continue;
+    SE_Sys_Attach(name, 1);
+    // Its disks may fail on their own; the scan fails only for an enclosure left out.
+    if (se_lookup_id(name) < 0) {
+      ERR_TRACE(HAL_TRACE_ERROR, "%s: %s is present but could not be attached!\n", __func__, name);
+      ++missed;
+    }
+  }
+  int rc = missed > 0 ? -1 : 0;
   // Only a complete listing can say that an enclosure is gone.
-  if (!present.complete()) return 0;
+  if (!present.complete()) return rc;
   std::vector<int> ids(256);
   int n = SE_Enumerate(ids.data(), static_cast<int>(ids.size()), nullptr, nullptr);
   for (int i = 0; i < n; ++i) {
@@ -58,7 +67,7 @@ BAYHAL_EXPORT int SE_Scan(void) try {
     if (se_lookup_sys_id(ids[static_cast<size_t>(i)], sys_id, sizeof sys_id) < 0) continue;
     if (!present.has(sys_id) && se_lookup_id(sys_id) >= 0) SE_Sys_Detach(sys_id);
   }
-  return 0;
+  return rc;
 } BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int SE_Rescan(const char* dir) try {

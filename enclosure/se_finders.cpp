@@ -142,7 +142,7 @@ BAYHAL_EXPORT int SE_Get_Log_Name(int enc_id, char* buf, int size) try {
 } BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int Clear_Real_Sys_Id_by_Enc_ID(int enc_id, const char* real_sys_id) try {
-  if (real_sys_id == nullptr) return -1;
+  if (real_sys_id == nullptr || !enc_get_int(enc_id, "enc_id")) return -1;
   auto current = enc_get_text(enc_id, "real_sys_id");
   if (!current || *current != real_sys_id) return 0;
   if (Ini_Conf_Remove_Field(kHalConf, enc_section(enc_id).c_str(), "real_sys_id") < 0) {

@@ -119,8 +119,7 @@ BAYHAL_EXPORT int SE_Get_Serial_No(int enc_id, char* buf, int size) try {
 // The appliance's serial also lives on its board; other units keep it only in the store.
 BAYHAL_EXPORT int SE_Set_Serial_No(int enc_id, const char* serial) try {
   entry(__func__, enc_id);
-  if (serial == nullptr || enc_get_int(enc_id, "enc_id") == std::nullopt) return -1;
-  if (Ini_Conf_Set_Field(kHalConf, enc_section(enc_id).c_str(), "serial", serial) <= 0) return -1;
+  if (serial == nullptr || enc_set_text(__func__, enc_id, "serial", serial) != 0) return -1;
   if (enc_id == 0 && board_services().se_sys_set_board_sn(serial) < 0) return -1;
   return 0;
 } BAYHAL_C_BOUNDARY(-1)

@@ -25,13 +25,7 @@ BAYHAL_EXPORT int SE_Get_Status(int enc_id) try {
 
 BAYHAL_EXPORT int SE_Set_Status(int enc_id, int status) try {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, status);
-  if (enc_id < 0) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: bad enclosure id %d\n", __func__, enc_id);
-    return -1;
-  }
-  return Ini_Conf_Set_Field_Int(kHalConf, enc_section(enc_id).c_str(), "status", status, 0) > 0
-             ? 0
-             : -1;
+  return enc_set_text(__func__, enc_id, "status", std::to_string(status));
 } BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int SE_Get_Protocol(int enc_id) try {

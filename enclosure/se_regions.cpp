@@ -1,4 +1,5 @@
 // Fan and temperature regions of an enclosure.
+#include <algorithm>
 #include <string>
 
 #include "bayhal/ERR_TRACE.h"
@@ -35,9 +36,11 @@ BAYHAL_EXPORT int SE_Get_FAN_Region_Enum(int enc_id, int* regions, int* count) t
   int n = 0;
   if (s->get_int("max_fan_num").value_or(0) >= 1) regions[n++] = 0;
   if (s->get_int("max_cpu_fan_num").value_or(0) >= 1) regions[n++] = 1;
-  long long extra = s->get_int("max_sys_extra_region_count").value_or(0);
+  // The record holds two extra regions, whatever a hand-edited count says.
+  long long extra = std::min<long long>(s->get_int("max_sys_extra_region_count").value_or(0),
+                                        SE_MAX_EXTRA_FAN_REGION);
   // Deliberately one step past the count: the key after the last region is read as well.
-  for (long long k = 0; extra > 0 && k <= extra && n < SE_MAX_FAN_REGIONS; ++k)
+  for (long long k = 0; extra > 0 && k <= extra; ++k)
     if (s->get_int(region_key(static_cast<int>(k + 1))).value_or(0) >= 1)
       regions[n++] = static_cast<int>(k + 2);
   *count = n;

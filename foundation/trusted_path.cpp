@@ -323,4 +323,21 @@ int replace_at(const char* who, const char* shown, const Place& p, std::string_v
   return 0;
 }
 
+int make_parent_dirs(const char* path, mode_t mode) {
+  char dir[PATH_MAX];
+  size_t len = std::strlen(path);
+  if (len >= sizeof dir || path[0] != '/') {
+    errno = len >= sizeof dir ? ENAMETOOLONG : EINVAL;
+    return -1;
+  }
+  std::memcpy(dir, path, len + 1);
+  for (char* slash = std::strchr(dir + 1, '/'); slash != nullptr; slash = std::strchr(slash + 1, '/')) {
+    *slash = '\0';
+    int rc = ::mkdir(dir, mode);
+    *slash = '/';
+    if (rc != 0 && errno != EEXIST) return -1;
+  }
+  return 0;
+}
+
 }  // namespace bayhal

@@ -61,6 +61,11 @@ UniqueFd open_trusted_at(int dir, const char* name, int flags, mode_t mode,
 UniqueFd open_trusted(const char* path, int flags, mode_t mode, Refusal* why = nullptr,
                       struct stat* st = nullptr);
 
+// Makes the missing directories on the way to the absolute host path `path` (not the last
+// component), each with `mode` before the umask. A link planted among them is caught when
+// the path is resolved afterwards. 0, or -1 with errno.
+int make_parent_dirs(const char* path, mode_t mode);
+
 // Makes `data` the whole content of the file at `p`: written to an O_EXCL temporary
 // "<name>.tmp" beside it (a stale or planted one is deleted first; if it may not be, a
 // random name is used), then renamed over it; with `durable` the file and its directory

@@ -120,12 +120,26 @@ bool check_file(const char* who, const char* file) {
   return true;
 }
 
+namespace {
+
+bool own_area(std::string_view file) {
+  for (std::string_view area : {"/etc/", "/var/", "/tmp/"})
+    if (file.starts_with(area)) return true;
+  return false;
+}
+
+}  // namespace
+
 bool store_place(const char* who, const char* file, Place& out) {
   if (!check_file(who, file)) return false;
   SysPath path(file);
   if (!check_resolved(who, file, path)) return false;
   Refusal why;
   if (resolve_place(path.c_str(), true, out, &why) == 0) return true;
+  // The library's own stores live in folders a fresh system root may not have yet.
+  if (errno == ENOENT && own_area(file) && make_parent_dirs(path.c_str(), 0755) == 0 &&
+      resolve_place(path.c_str(), true, out, &why) == 0)
+    return true;
   if (errno == ELOOP && why.name[0] != '\0')
     ERR_TRACE(HAL_TRACE_ERROR,
               "%s: %s leads through the symbolic link %s of uid %u, which only root or this "

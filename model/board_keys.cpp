@@ -1,5 +1,6 @@
 #include "model/board_keys.h"
 
+#include <algorithm>
 #include <array>
 
 #include "foundation/store_files.h"
@@ -47,8 +48,9 @@ std::optional<long long> number(std::string_view section, std::string_view key,
   return s->get_int(key, hex);
 }
 
-int count(std::string_view section, std::string_view key) {
-  return static_cast<int>(number(section, key).value_or(0));
+// A count bounded by the room the board's index space gives it, whatever a hand edit says.
+int count(std::string_view section, std::string_view key, int most) {
+  return static_cast<int>(std::clamp<long long>(number(section, key).value_or(0), 0, most));
 }
 
 }  // namespace
@@ -66,10 +68,10 @@ BoardKey redundant_power_key(int n) {
 
 std::optional<long long> system_buzzer_freq() { return number(kSystemIo, "SYSTEM_BUZZER_FREQ"); }
 std::optional<long long> led_bv_scrollbar() { return number(kSystemIo, "LED_BV_SCROLLBAR"); }
-int max_button_num() { return count(kSystemIo, "MAX_BUTTON_NUM"); }
+int max_button_num() { return count(kSystemIo, "MAX_BUTTON_NUM", kMaxButtons); }
 
-int max_fan_num() { return count(kSystemEnclosure, "MAX_FAN_NUM"); }
-int max_cpu_fan_num() { return count(kSystemEnclosure, "MAX_CPU_FAN_NUM"); }
+int max_fan_num() { return count(kSystemEnclosure, "MAX_FAN_NUM", kMaxSystemFans); }
+int max_cpu_fan_num() { return count(kSystemEnclosure, "MAX_CPU_FAN_NUM", kMaxCpuFans); }
 std::optional<long long> env_temp_id(int n) {
   return number(kSystemEnclosure, "ENV_TEMP" + std::to_string(n) + "_ID");
 }
@@ -94,9 +96,9 @@ std::optional<long long> fan_level_pwm(std::string_view section, int level) {
 std::optional<long long> fan_min_pwm(std::string_view section) { return number(section, "MIN_PWM"); }
 std::optional<long long> fan_max_pwm(std::string_view section) { return number(section, "MAX_PWM"); }
 
-int max_region_num() { return count("FAN Region", "MAX_REGION_NUM"); }
+int max_region_num() { return count("FAN Region", "MAX_REGION_NUM", kMaxFanRegions); }
 int region_max_fan_num(int region) {
-  return count(fan_section(FanGroup::kRegion, region), "MAX_FAN_NUM");
+  return count(fan_section(FanGroup::kRegion, region), "MAX_FAN_NUM", kMaxRegionFans);
 }
 
 std::optional<long long> sys_temp_monitor_bitmap(int region) {

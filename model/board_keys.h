@@ -58,6 +58,15 @@ int max_button_num();
 // "System IO" / SYSTEM_BUZZER_FREQ: the embedded controller's buzzer frequency value.
 std::optional<long long> system_buzzer_freq();
 
+// The fan index space: system fans 0-5, CPU fans 6-9, region r's fans 20 + 10 (r - 1) on,
+// for the system and CPU groups and two extra regions. The fan counts below are bounded by it.
+inline constexpr int kMaxSystemFans = 6;
+inline constexpr int kMaxCpuFans = 4;
+inline constexpr int kMaxFanRegions = 4;
+inline constexpr int kMaxRegionFans = 10;
+// Buttons are reported as a count; no board has nearly this many.
+inline constexpr int kMaxButtons = 32;
+
 // "System Enclosure": MAX_FAN_NUM, MAX_CPU_FAN_NUM, ENV_TEMP<n>_ID (CAP: model_keys.h).
 int max_fan_num();
 int max_cpu_fan_num();

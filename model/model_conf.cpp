@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 
 #include "bayhal/ERR_TRACE.h"
@@ -76,10 +77,11 @@ Choice choose_description(const char* who, const char** message, ModelSetupRepor
     chosen = "/etc/model_" + std::to_string(*board) + ".conf";
   }
 
-  // The link names the target as it resolves under the system root: "/etc/model_N.conf"
-  // on the appliance, the same file inside the root for a sandbox.
-  if (chosen != kModelConf &&
-      ::symlink(sys_path(chosen).c_str(), sys_path(kModelConf).c_str()) != 0) {
+  // The link is relative ("model_N.conf"), so it still resolves when the root is moved or
+  // mounted elsewhere.
+  std::string target =
+      std::filesystem::path(chosen).lexically_relative(std::filesystem::path(kModelConf).parent_path());
+  if (chosen != kModelConf && ::symlink(target.c_str(), sys_path(kModelConf).c_str()) != 0) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): ERROR: Can't create symblic link for %s -->%s\n", who,
               __LINE__, kModelConf, chosen.c_str());
     return Choice::failed;

@@ -16,6 +16,7 @@
 #include "foundation/text.h"
 #include "model/model_conf.h"
 #include "model/model_conf_util.h"
+#include "model/model_keys.h"
 
 namespace bayhal {
 namespace {
@@ -135,7 +136,8 @@ FixupResult fixup_virtual_disks() {
       ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): can't set MAX_DISK_NUM\n", __func__, __LINE__);
   }
   // Slots of the physical model beyond the paravirtual disks no longer exist.
-  for (long long k = static_cast<long long>(disks.size()) + 1; k <= old_max; ++k) {
+  long long last = std::min<long long>(old_max, model::kMaxSlots);
+  for (long long k = static_cast<long long>(disks.size()) + 1; k <= last; ++k) {
     std::string section = "System Disk " + std::to_string(k);
     if (ini::read_section(kModelConf, section) && Ini_Conf_Remove_Section(kModelConf, section.c_str()) >= 0)
       ++changed;

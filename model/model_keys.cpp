@@ -87,7 +87,8 @@ uint32_t system_cap() { return read_system_cap().value_or(0); }
 
 int max_pcie_slot() {
   auto s = section_of(kSystemEnclosure);
-  return s ? static_cast<int>(s->get_int("MAX_PCIE_SLOT").value_or(0)) : 0;
+  long long n = s ? s->get_int("MAX_PCIE_SLOT").value_or(0) : 0;
+  return static_cast<int>(std::clamp<long long>(n, 0, kMaxPcieSlots));
 }
 
 uint32_t cacheable_bitmap(std::string_view section) {
@@ -123,7 +124,7 @@ std::vector<int> slot_numbers(std::string_view prefix) {
   std::string p = std::string(prefix) + " ";
   for (const auto& name : ini::list_sections(kModelConf)) {
     int n = index_after(name, p);
-    if (n > 0) out.push_back(n);
+    if (n > 0 && n <= kMaxSlots) out.push_back(n);
   }
   std::sort(out.begin(), out.end());
   out.erase(std::unique(out.begin(), out.end()), out.end());
@@ -138,7 +139,8 @@ std::optional<PcieSlot> pcie_slot(int n) {
   p.slot = slot_of(name, *s);
   if (auto v = s->get_int("MAX_DISK_NUM")) p.max_disk_num = static_cast<int>(*v);
   p.cap = static_cast<uint32_t>(s->get_int("CAP", true).value_or(0));
-  p.minisas_port_count = static_cast<int>(s->get_int("MINISAS_PORT_COUNT").value_or(0));
+  p.minisas_port_count = static_cast<int>(
+      std::clamp<long long>(s->get_int("MINISAS_PORT_COUNT").value_or(0), 0, kMaxMinisasPorts));
   return p;
 }
 

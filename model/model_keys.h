@@ -22,7 +22,14 @@ int disk_drv_type();
 // "CAP" (hexadecimal); nullopt, or for system_cap 0, when absent.
 std::optional<uint32_t> read_system_cap();
 uint32_t system_cap();
-// "MAX_PCIE_SLOT"; 0 when absent.
+// Counts read from the description are bounded by what the rest of the system can hold,
+// whatever a hand edit says: slots are port ids 1..100, PCIe slots the bits of a 32-bit
+// monitor bitmap, mini-SAS ports of a card the external ports a card store links.
+inline constexpr int kMaxSlots = 100;
+inline constexpr int kMaxPcieSlots = 32;
+inline constexpr int kMaxMinisasPorts = 8;
+
+// "MAX_PCIE_SLOT" (at most kMaxPcieSlots); 0 when absent.
 int max_pcie_slot();
 
 // ---- enclosure sections ("System Enclosure", "Cache Enclosure", ...) ----
@@ -69,7 +76,7 @@ std::optional<SlotDesc> read_slot(std::string_view section);
 // "<prefix> <n>" ("System Disk 3").
 std::optional<SlotDesc> read_slot(std::string_view prefix, int n);
 
-// Numbers n of the sections "<prefix> n" (no sub-sections), ascending.
+// Numbers n (1..kMaxSlots) of the sections "<prefix> n" (no sub-sections), ascending.
 std::vector<int> slot_numbers(std::string_view prefix);
 
 // A board PCIe slot ("System PCIE SLOT <n>") and what the description says of its card.
@@ -77,7 +84,7 @@ struct PcieSlot {
   SlotDesc slot;
   std::optional<int> max_disk_num;  // "MAX_DISK_NUM"
   uint32_t cap = 0;                 // "CAP" (hexadecimal)
-  int minisas_port_count = 0;       // "MINISAS_PORT_COUNT"
+  int minisas_port_count = 0;       // "MINISAS_PORT_COUNT" (at most kMaxMinisasPorts)
 };
 std::optional<PcieSlot> pcie_slot(int n);
 

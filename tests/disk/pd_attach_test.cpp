@@ -107,6 +107,13 @@ TEST_F(PdAttach, DiskMustShowItCompletesIo) {
     EXPECT_EQ(clock.slept_ms(), c.sleeps * 1000LL);
   }
   EXPECT_EQ(pd_sys_check_rw_access("root", "sdf", nullptr), -1);
+  // Without a SCSI generic node discovery names the block device as controller: its own
+  // counters decide.
+  PD_INFO bare = make_disk("sdg", "IO", 2);
+  disk::set_text(bare.pd_ctrl_name, "/dev/sdg");
+  root.write("/sys/block/sdg/device/iorequest_cnt", "0x50\n");
+  root.write("/sys/block/sdg/device/iodone_cnt", "0x50\n");
+  EXPECT_EQ(pd_sys_check_rw_access("root", "sdg", &bare), 0);
 }
 
 TEST_F(PdAttach, FullOrdinaryEnclosureAttachesWithoutARecordButFullIscsiFails) {
@@ -126,6 +133,17 @@ TEST_F(PdAttach, FullOrdinaryEnclosureAttachesWithoutARecordButFullIscsiFails) {
   EXPECT_EQ(PD_Get_Id_By_Sys_Id(31, "sdi"), 1);
   EXPECT_EQ(PD_Sys_Attach("root_iscsi", "sdj"), -1);
   EXPECT_FALSE(ran("/sbin/udevadm control --env=sdj=root_iscsi"));
+}
+
+TEST_F(PdAttach, RepeatedAddEventKeepsOneRecordThatDetachRemoves) {
+  add_enclosure(1, "root_usb", 4, 2);
+  plug("sdv", -1, "USB").type = PD_TYPE_USB;
+  ASSERT_EQ(PD_Sys_Attach("root_usb", "sdv"), 0);
+  int id = PD_Get_Id_By_Sys_Id(1, "sdv");
+  ASSERT_EQ(PD_Sys_Attach("root_usb", "sdv"), 0);
+  EXPECT_EQ(PD_Get_Id_By_Sys_Id(1, "sdv"), id);
+  EXPECT_EQ(PD_Sys_Detach("root_usb", "sdv"), 0);
+  EXPECT_EQ(root.read("/etc/enclosure_1.conf").find("sdv"), std::string::npos);
 }
 
 TEST_F(PdAttach, DiskMovedFromSdbToSdcKeepsItsVolumes) {

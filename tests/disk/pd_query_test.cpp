@@ -1,5 +1,6 @@
 // The PD_* query interface: getters, enumeration, translations, names.
 #include <cstdlib>
+#include <functional>
 #include <set>
 
 #include "bayhal/Ini_Conf.h"
@@ -7,6 +8,7 @@
 #include "disk/pd_fields.h"
 #include "disk/pd_speed.h"
 #include "disk/pd_store.h"
+#include "foundation/err_trace.h"
 #include "tests/disk/disk_fixture.h"
 
 namespace bayhal {
@@ -219,6 +221,30 @@ TEST_F(PdQuery, TranslationsByNameWwnAndIndex) {
 }
 
 // The common lookups by device number are driven from C (tests/c_api); here the rest.
+// With entry tracing on, each of these writes its line (they once had none).
+TEST_F(PdQuery, LocationAndDeviceNumberQueriesTraceTheirEntry) {
+  root.write("/var/log/hal_lib.log.conf", "0x4\n");
+  PD_INFO info{};
+  info.type = PD_TYPE_ATA;
+  struct Row {
+    const char* func;
+    std::function<int()> call;
+  } rows[] = {
+      {"PD_Is_In_Root", [] { return PD_Is_In_Root(0); }},
+      {"PD_Is_In_Root_Cache", [] { return PD_Is_In_Root_Cache(0); }},
+      {"PD_Is_In_Root_PCIe", [] { return PD_Is_In_Root_PCIe(0); }},
+      {"PD_Is_In_Root_By_Dev_No", [] { return PD_Is_In_Root_By_Dev_No(8, 16); }},
+      {"PD_Is_In_Root_Cache_By_Dev_No", [] { return PD_Is_In_Root_Cache_By_Dev_No(8, 16); }},
+      {"PD_Is_In_Root_PCIe_By_Dev_No", [] { return PD_Is_In_Root_PCIe_By_Dev_No(8, 16); }},
+      {"PD_Set_ATA_IO_Latency", [&info] { return PD_Set_ATA_IO_Latency(&info); }},
+  };
+  for (const Row& r : rows) {
+    r.call();
+    EXPECT_NE(root.read(trace_log_path()).find(std::string(r.func) + ": got called"), std::string::npos)
+        << r.func;
+  }
+}
+
 TEST_F(PdQuery, DeviceNumbersGoThroughTheKernelBlockTable) {
   root.write("/sys/dev/block/8:16/uevent", "MAJOR=8\nMINOR=16\nDEVNAME=sdb\nDEVTYPE=disk\n");
   root.write("/sys/class/block/sdb/dev", "8:16\n");
@@ -235,7 +261,9 @@ TEST_F(PdQuery, DeviceNumbersGoThroughTheKernelBlockTable) {
   int minor = 0;
   EXPECT_EQ(PD_Get_Dev_No_By_Sys_Name("/dev/xvdb", &major, &minor), 0);
   EXPECT_EQ(major * 1000 + minor, 202016);
-  EXPECT_EQ(PD_Get_Dev_No_By_Sys_Name("/dev/nvme0n1", &major, &minor), -1);
+  for (const char* name : {"/dev/nvme0n1", "sdb", "", "sd", "/dev", "/dev/", "/dev/sd", "/de"})
+    EXPECT_EQ(PD_Get_Dev_No_By_Sys_Name(name, &major, &minor), -1) << name;
+  EXPECT_EQ(root.read(trace_log_path()).find("internal error"), std::string::npos);
   EXPECT_EQ(PD_Get_Dev_No_By_Id(0, 2, &major, &minor), 0);
   EXPECT_EQ(major * 1000 + minor, 8016);
   int enc = -1;
@@ -331,6 +359,7 @@ TEST_F(PdQuery, LogNamesForEveryKindOfEnclosure) {
   EXPECT_STREQ(buf, "EXDR#2: Disk 1");
   EXPECT_EQ(PD_Get_Log_Name(0, 1, buf, 0), -1);
   EXPECT_EQ(PD_Get_Log_Name(-1, 1, buf, sizeof buf), -1);
+  EXPECT_EQ(PD_Get_Log_Name(40, 1, buf, sizeof buf), -1) << "an enclosure not registered";
 }
 
 TEST_F(PdQuery, OpticalDriveOwner) {

@@ -213,6 +213,19 @@ TEST_F(DiskSysTest, EsataPortMultiplierVirtioAndXen) {
   EXPECT_THAT(enumerate("root"), ElementsAre("xvdb"));
 }
 
+// An iSCSI login's place in the session list is no slot: the disk store allocates its id.
+TEST_F(DiskSysTest, IscsiDisksTakeNoPositionAsTheirId) {
+  for (int n : {1, 2}) {
+    std::string session = "/sys/devices/platform/host" + std::to_string(6 + n) + "/session" + std::to_string(n);
+    b.scsi_unit(session, 6 + n, 0, 0, 0, BlockSpec(n == 1 ? "sdk" : "sdl"));
+    std::string entry = session + "/iscsi_session/session" + std::to_string(n);
+    b.link(entry + "/device", session);
+    b.link("/sys/class/iscsi_session/session" + std::to_string(n), entry);
+  }
+  EXPECT_THAT(enumerate("root_iscsi"), ElementsAre("sdk", "sdl"));
+  EXPECT_EQ(port_of("root_iscsi", "sdl"), -1);
+}
+
 TEST_F(DiskSysTest, EnumerationTagsDisksForUdevAndReportsOverflow) {
   auto ports = b.ahci(ahci_pci("0000:00:17.0"), 3, 0);
   for (int i = 0; i < 3; ++i)

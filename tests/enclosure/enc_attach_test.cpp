@@ -4,10 +4,12 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "enclosure/enc_attach.h"
+#include "enclosure/enc_conf.h"
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_store.h"
 #include "foundation/store_files.h"
@@ -242,6 +244,21 @@ TEST_F(EncAttachTest, ScanAttachesWhatIsNewAndDetachesWhatIsGone) {
   EXPECT_EQ(SE_Rescan("/tmp/rescan"), 4);
   EXPECT_EQ(ini_get("/tmp/rescan/hal.conf", "Index", ("enc_sysid_" + id_of(1)).c_str()),
             std::to_string(se_lookup_id(id_of(1).c_str())));
+}
+
+// A fresh root has no /etc/config: the store makes it. An enclosure that still cannot be
+// registered fails the scan.
+TEST_F(EncAttachTest, ScanMakesStoreFoldersAndFailsForAnEnclosureLeftOut) {
+  std::filesystem::remove_all(root.path("/etc/config"));
+  top_expander(1);
+  EXPECT_EQ(SE_Scan(), 0);
+  EXPECT_EQ(se_lookup_id(id_of(1).c_str()), 34);
+  EXPECT_TRUE(root.exists(kEncMap));
+  std::filesystem::remove_all(root.path("/etc/config"));
+  root.write("/etc/config", "");
+  top_expander(2);
+  EXPECT_EQ(SE_Scan(), -1);
+  EXPECT_EQ(se_lookup_id(id_of(2).c_str()), -1);
 }
 
 TEST_F(EncAttachTest, ConcurrentAttachAndDetachLeaveAConsistentStore) {

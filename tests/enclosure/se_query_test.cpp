@@ -2,14 +2,18 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "board/dispatch/se_sys.h"
+#include "enc_sys/enc_discovery.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_list.h"
 #include "enclosure/enc_store.h"
 #include "tests/enclosure/enc_fakes.h"
 #include "tests/enclosure/enc_test_util.h"
+#include "tests/support/child_process.h"
 
 namespace bayhal::test {
 namespace {
@@ -248,6 +252,26 @@ TEST_F(SeQueryTest, FanRegionEnumerationReadsOnePastTheCount) {
   EXPECT_EQ(SE_Get_FAN_Region_FAN_Count(0, 1), 3);
   EXPECT_EQ(SE_Get_FAN_Region_FAN_Count(0, 5), 0);
   EXPECT_NE(trace_log(root).find("get enc 0 region5_max_fan_num = 0!"), std::string::npos);
+}
+
+// A hand-edited count never drives a loop or an allocation past what it counts.
+TEST_F(SeQueryTest, CountsReadFromStoresAreBounded) {
+  constexpr const char* kHuge = "2000000000";
+  root.write(kHalConf, std::string("[Enclosure_0]\nenc_id = 0\nenc_sys_id = root\nmax_disk_num = ") +
+                           kHuge + "\nmax_sys_extra_region_count = " + kHuge +
+                           "\n[Index]\nenc_sysid_root = 0\n");
+  root.write(kModelConf, std::string("[System Enclosure]\nCAP = 0x8200\nMAX_PCIE_SLOT = ") + kHuge +
+                             "\nMAX_FAN_NUM = " + kHuge + "\nMAX_CPU_FAN_NUM = " + kHuge +
+                             "\n[FAN Region]\nMAX_REGION_NUM = " + kHuge + "\n");
+  int regions[SE_MAX_FAN_REGIONS];
+  int count = 0;
+  char* names[8] = {};
+  struct Row { const char* what; std::function<void()> call; };
+  for (const Row& r : {Row{"fan regions", [&] { SE_Get_FAN_Region_Enum(0, regions, &count); }},
+                       Row{"PCIe slots", [&] { se_sys_enumerate(names, 8); }},
+                       Row{"every fan", [&] { board::se_sys_set_fan_speed("root", -1, 1); }},
+                       Row{"disk slots", [&] { disk_registry_link().scan(0, nullptr); }}})
+    EXPECT_TRUE(returns_with_cpu_limit(10, r.call)) << r.what;
 }
 
 TEST_F(SeQueryTest, TemperatureRegions) {

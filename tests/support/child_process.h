@@ -1,6 +1,7 @@
 // Real child processes for the multi-process tests: fork, run a function, report its
 // exit code. Children leave with _exit so no test-framework state runs twice.
 #pragma once
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -39,6 +40,17 @@ inline int run_children(int n, const std::function<int(int)>& body) {
   for (pid_t pid : kids)
     if (join(pid) != 0) ++failed;
   return failed;
+}
+
+// True when `body` returns in a child allowed `cpu_seconds` of processor time. A bounded
+// call needs a tiny fraction of it; an unbounded loop is stopped by the kernel (SIGXCPU).
+inline bool returns_with_cpu_limit(int cpu_seconds, const std::function<void()>& body) {
+  return join(spawn([&] {
+           rlimit limit{static_cast<rlim_t>(cpu_seconds), static_cast<rlim_t>(cpu_seconds)};
+           ::setrlimit(RLIMIT_CPU, &limit);
+           body();
+           return 0;
+         })) == 0;
 }
 
 // A pipe whose ends close with the object.

@@ -80,7 +80,7 @@ void scan(Context& ctx) {
   } else {
     return;
   }
-  if (SE_Scan() != 0) ctx.warn("enc scan: SE_Scan reported a failure" + log_hint());
+  bool scanned = SE_Scan() == 0;
   std::vector<std::string> present;
   auto add = [](void* arg, const char* name) { static_cast<std::vector<std::string>*>(arg)->push_back(name); };
   if (bayhal_tool_enclosures_present(add, &present) < 0) return ctx.fail("enc scan: discovery failed" + log_hint());
@@ -102,6 +102,7 @@ void scan(Context& ctx) {
   for (const json& r : rows)
     if (r["change"] != "detached") j["present"].push_back({{"enc_sys_id", r["enc_sys_id"]}, {"enc_id", r["enc_id"]}});
   ctx.emit(j, table_of(rows, {"enc_id", "enc_sys_id", "change"}));
+  if (!scanned) ctx.fail("enc scan: an enclosure present could not be attached (no enc_id above)" + log_hint());
 }
 
 void attach(Context& ctx, const std::string& name) {

@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "foundation/store_files.h"
 #include "tools/tool_api/bayhal_tool.h"
 
@@ -11,7 +13,9 @@ json model_target() {
   char buf[4096];
   ssize_t n = ::readlink(host_path(bayhal::kModelConf).c_str(), buf, sizeof buf - 1);
   if (n <= 0) return nullptr;
-  return appliance_path(std::string(buf, static_cast<size_t>(n)));
+  std::string target(buf, static_cast<size_t>(n));
+  if (target.front() != '/') return (std::filesystem::path(bayhal::kModelConf).parent_path() / target).string();
+  return appliance_path(target);
 }
 
 json model_setup(int& rc) {

@@ -28,7 +28,7 @@ class PdStore : public test::DiskTest {
   PdStore() { add_enclosure(0, "root", 8, 0, 0x80000000u); }
 };
 
-TEST_F(PdStore, NewDisksTakeIdsAboveTheSlotsAndReuseFreedOnes) {
+TEST_F(PdStore, NewDisksTakeIdsAboveTheSlotsReuseFreedOnesAndNeverAnOccupiedPort) {
   PD_INFO a = make_disk("sdx", "S1");
   PD_INFO b = make_disk("sdy", "S2");
   PD_INFO c = make_disk("sdz", "S3");
@@ -40,6 +40,14 @@ TEST_F(PdStore, NewDisksTakeIdsAboveTheSlotsAndReuseFreedOnes) {
   ASSERT_EQ(pd_write_conf(0, -1, &c), 0);
   EXPECT_EQ(c.port_id, 9);
   EXPECT_EQ(key_of(kStore0, "PhysicalDisk_9", "pd_sys_id"), "sdz");
+  // A USB disk asking for an occupied port takes a new id instead.
+  PD_INFO first = make_disk("sdb", "A", 2);
+  ASSERT_EQ(pd_write_conf(0, 2, &first), 0);
+  PD_INFO usb = make_disk("sdc", "B", 2);
+  usb.type = PD_TYPE_USB;
+  ASSERT_EQ(pd_write_conf(0, 2, &usb), 0);
+  EXPECT_EQ(usb.port_id, 11);
+  EXPECT_EQ(key_of(kStore0, "PhysicalDisk_2", "serial_no"), "A");
 }
 
 TEST_F(PdStore, SlotDiskWritesSectionIndexAndBit) {
@@ -191,16 +199,6 @@ TEST_F(PdStore, DuplicateIdIsRefusedBeforeAnyKeyIsWritten) {
   EXPECT_NE(root.read("/var/log/hal_lib.log").find("already exist"), std::string::npos);
 }
 
-TEST_F(PdStore, UsbDiskNeverTakesOverAnOccupiedPort) {
-  PD_INFO first = make_disk("sdb", "A", 2);
-  ASSERT_EQ(pd_write_conf(0, 2, &first), 0);
-  PD_INFO usb = make_disk("sdc", "B", 2);
-  usb.type = PD_TYPE_USB;
-  ASSERT_EQ(pd_write_conf(0, 2, &usb), 0);
-  EXPECT_EQ(usb.port_id, 9);
-  EXPECT_EQ(key_of(kStore0, "PhysicalDisk_2", "serial_no"), "A");
-}
-
 TEST_F(PdStore, PerformanceKeysComeFromTheMeasurementsOfThatDisk) {
   root.write("/etc/config/disk_performance.conf",
              "[SERP]\nread_speed = 180000\nread_iops = fail\nwrite_speed = 170000\n");
@@ -286,22 +284,18 @@ TEST_F(PdStore, RemovalKeepsAHistoryCopy) {
   EXPECT_EQ(PD_Get_Id_By_Sys_Name_From_History(0, "/dev/sdb"), 3);
   EXPECT_EQ(PD_Get_Id_By_Enc_Conf(0, "/dev/sdb"), 3);  // falls back to history
   EXPECT_EQ(pd_remove_conf(0, 3), -1);  // already gone
-}
+  EXPECT_EQ(PD_Remove_and_Backup_Section(0, 4), -1);
+  EXPECT_EQ(PD_Remove_and_Backup_Section(-1, 4), -1);
+  EXPECT_FALSE(bit_of(hist, "pd_bitmap", 4));
 
-TEST_F(PdStore, RemovingAVirtualDiskClearsItsOwnBitmap) {
+  // A virtual disk leaves its own bitmap, for its own history.
   PD_INFO vd = make_disk("sdv", "V7", 107);
   vd.capabilities |= PD_CAP_VIRTUAL;
   ASSERT_EQ(pd_write_conf(0, 107, &vd), 0);
   ASSERT_EQ(pd_remove_conf(0, 107), 0);
   EXPECT_FALSE(bit_of(kStore0, "virtual_pd_bitmap", 7));
-  EXPECT_TRUE(bit_of("/etc/enclosure_0_del.conf", "virtual_pd_bitmap", 7));
+  EXPECT_TRUE(bit_of(hist, "virtual_pd_bitmap", 7));
   EXPECT_EQ(key_of(kStore0, "VirtualDisk_7", "port_id"), "");
-}
-
-TEST_F(PdStore, BackupOfAnUnknownDiskDoesNothing) {
-  EXPECT_EQ(PD_Remove_and_Backup_Section(0, 4), -1);
-  EXPECT_FALSE(root.exists("/etc/enclosure_0_del.conf"));
-  EXPECT_EQ(PD_Remove_and_Backup_Section(-1, 4), -1);
 }
 
 TEST_F(PdStore, ConcurrentWritersFromManyProcessesNeverShareAnId) {

@@ -32,13 +32,9 @@ TEST_F(GetinfoTest, SataDiskFromIdentifyWithTrimSwitchAndLinkSpeeds) {
   blk.with_sg(1).with_size(7814037168ull);
   blk.sata_spd = "3.0 Gbps";
   b.ahci_disk(ports[1], blk);
-  sim::AtaDiskSpec spec;
-  spec.model = "WDC WD40EFRX-68N32N0";
-  spec.serial = "WD-WCC7K0000001";
-  spec.firmware = "82.00A82";
-  spec.trim = true;
-  spec.rotation = 5400;
-  models.add("/dev/sg1", std::make_shared<sim::SataDiskModel>(spec));
+  models.add("/dev/sg1", std::make_shared<sim::SataDiskModel>(sim::AtaDiskSpec{
+                             .model = "WDC WD40EFRX-68N32N0", .serial = "WD-WCC7K0000001",
+                             .firmware = "82.00A82", .rotation = 5400, .trim = true}));
   root.stand_in("/sbin/sedutil-cli", "/dev/sg1 SATA  No  WDC WD40EFRX\n");
 
   PD_INFO info;
@@ -58,11 +54,8 @@ TEST_F(GetinfoTest, SataDiskFromIdentifyWithTrimSwitchAndLinkSpeeds) {
 
 TEST_F(GetinfoTest, SelfEncryptingSsdWithoutTrimKeepsItsProvisioningMode) {
   b.ahci_disk(ports[0], BlockSpec("sda").with_sg(0).as_ssd());
-  sim::AtaDiskSpec spec;
-  spec.rotation = 0;
-  spec.self_test = false;
-  spec.wwn = 0;
-  models.add("/dev/sg0", std::make_shared<sim::SataDiskModel>(spec));
+  models.add("/dev/sg0", std::make_shared<sim::SataDiskModel>(
+                             sim::AtaDiskSpec{.rotation = 0, .wwn = 0, .self_test = false}));
   root.stand_in("/sbin/sedutil-cli", "/dev/sg0 SATA  12  SED  BAYSIM\n");
   root.write("/etc/model.conf", root.read("/etc/model.conf") +
                                     "[System Enclosure]\nDISK_DEFAULT_MAX_LINK_SPEED = 2\n");
@@ -76,9 +69,8 @@ TEST_F(GetinfoTest, SelfEncryptingSsdWithoutTrimKeepsItsProvisioningMode) {
 
 TEST_F(GetinfoTest, SelfTestBlacklistedModelLosesTheSelfTestMark) {
   b.ahci_disk(ports[0], BlockSpec("sda").with_sg(0));
-  sim::AtaDiskSpec spec;
-  spec.model = "BAYSIM NOSELFTEST 1";
-  models.add("/dev/sg0", std::make_shared<sim::SataDiskModel>(spec));
+  models.add("/dev/sg0", std::make_shared<sim::SataDiskModel>(
+                             sim::AtaDiskSpec{.model = "BAYSIM NOSELFTEST 1"}));
   PD_INFO info;
   ASSERT_EQ(pd_sys_getinfo("root", "sda", &info), 0);
   EXPECT_TRUE(info.capabilities & PD_CAP_SELF_TEST);
@@ -95,14 +87,10 @@ TEST_F(GetinfoTest, SasDiskFromInquiryAndVpd) {
   auto exp = b.sas_expander(hba, {0, 1, 2, 3}, 12);
   b.sas_expander_disk(exp, 7, sim::EndDeviceSpec("0x5000cca0506b5f1d", 6, "0x5000ccab02"),
                       BlockSpec("sdk", "HITACHI", "HUSMM111CLAR1600").with_sg(9));
-  sim::SasDiskSpec spec;
-  spec.vendor = "HITACHI";
-  spec.product = "HUSMM111CLAR1600";
-  spec.serial = "0QV0X1AA";
-  spec.rotation = 0;
-  spec.blocks = 390721968;
-  spec.block_len = 4096;
-  models.add("/dev/sg9", std::make_shared<sim::SasDiskModel>(spec));
+  models.add("/dev/sg9", std::make_shared<sim::SasDiskModel>(sim::SasDiskSpec{
+                             .vendor = "HITACHI", .product = "HUSMM111CLAR1600",
+                             .serial = "0QV0X1AA", .blocks = 390721968, .block_len = 4096,
+                             .rotation = 0}));
   model_conf("[System Disk 3]\nDEV_BUS = 02:00.0\nDEV_PORT = 7\n");
   PD_INFO info;
   ASSERT_EQ(pd_sys_getinfo("root", "sdk", &info), 0);
@@ -116,13 +104,9 @@ TEST_F(GetinfoTest, NvmeDiskFromIdentify) {
   std::string nv = b.pci_device("0000:03:00.0", rp, sim::PciSpec(0x144d, 0xa808, 0x010802, "nvme"));
   b.attr(nv + "/current_link_speed", "8.0 GT/s PCIe");
   b.attr(nv + "/max_link_speed", "16.0 GT/s PCIe");
-  sim::NvmeSpec sysfs_spec;
-  b.nvme(nv, 0, sysfs_spec);
-  sim::NvmeCtrlSpec spec;
-  spec.oncs = 0x0004;
-  spec.lbads = 12;
-  spec.namespaces = {244190646ull};
-  models.add("/dev/nvme0n1", std::make_shared<sim::NvmeModel>(spec));
+  b.nvme(nv, 0, sim::NvmeSpec{});
+  models.add("/dev/nvme0n1", std::make_shared<sim::NvmeModel>(sim::NvmeCtrlSpec{
+                                 .oncs = 0x0004, .namespaces = {244190646ull}, .lbads = 12}));
   model_conf("[System Disk 4]\nDEV_BUS = 00:1d.0\nDEV_PORT = 0\n");
   PD_INFO info;
   ASSERT_EQ(pd_sys_getinfo("root", "nvme0n1", &info), 0);
@@ -153,8 +137,7 @@ class UsbGetinfoTest : public DiskSysTest {
 TEST_F(UsbGetinfoTest, RemovableMediaWithoutCapacityOrBelowOneGibAreRefused) {
   b.usb_storage(b.usb_device(ss, 1), 0,
                 {BlockSpec("sda", "Generic-", "SD/MMC CRW").as_removable().with_sg(0)});
-  sim::UsbBridgeSpec reader;
-  reader.removable = true;
+  sim::UsbBridgeSpec reader{.removable = true};
   models.add("/dev/sg0", std::make_shared<sim::UsbBridgeModel>(reader, nullptr));
   PD_INFO info;
   EXPECT_EQ(pd_sys_getinfo("root_usb", "sda", &info), -2);
@@ -163,10 +146,10 @@ TEST_F(UsbGetinfoTest, RemovableMediaWithoutCapacityOrBelowOneGibAreRefused) {
 
   b.usb_storage(b.usb_device(ss, 2), 1,
                 {BlockSpec("sdb").as_removable().with_sg(1).with_size(2097152)});  // 1 GiB
-  sim::AtaDiskSpec tiny;
-  tiny.sectors = 2097151;  // one sector short of 1 GiB: capacity x sector size <= 0x3fffffff
+  // One sector short of 1 GiB: capacity x sector size <= 0x3fffffff.
   models.add("/dev/sg1", std::make_shared<sim::UsbBridgeModel>(
-                             reader, std::make_shared<sim::SataDiskModel>(tiny)));
+                             reader, std::make_shared<sim::SataDiskModel>(
+                                         sim::AtaDiskSpec{.sectors = 2097151})));
   EXPECT_EQ(pd_sys_getinfo("root_usb", "sdb", &info), -2);
   EXPECT_NE(root.read("/var/log/hal_lib.log").find("pd_sys_id = sdb is removable disk"),
             std::string::npos);
@@ -175,14 +158,10 @@ TEST_F(UsbGetinfoTest, RemovableMediaWithoutCapacityOrBelowOneGibAreRefused) {
 TEST_F(UsbGetinfoTest, UsbDiskBehindASatBridgeIsTypeUsbWithTheDrivesIdentity) {
   b.usb_storage(b.usb_device(ss, 3, sim::UsbSpec(0x0bc2, 0x2322, "Seagate", "Expansion", 5000)),
                 2, {BlockSpec("sdc", "Seagate", "Expansion").with_sg(2)});
-  sim::AtaDiskSpec drive;
-  drive.model = "ST2000LM015-2E8174";
-  drive.serial = "ZDZ00000";
-  sim::UsbBridgeSpec bridge;
-  bridge.vendor = "Seagate";
-  bridge.product = "Expansion";
   models.add("/dev/sg2", std::make_shared<sim::UsbBridgeModel>(
-                             bridge, std::make_shared<sim::SataDiskModel>(drive)));
+                             sim::UsbBridgeSpec{.vendor = "Seagate", .product = "Expansion"},
+                             std::make_shared<sim::SataDiskModel>(sim::AtaDiskSpec{
+                                 .model = "ST2000LM015-2E8174", .serial = "ZDZ00000"})));
   PD_INFO info;
   ASSERT_EQ(pd_sys_getinfo("root_usb", "sdc", &info), 0);
   EXPECT_EQ(summary(info), "p1 t2 Seagate|ST2000LM015-2E8174|ZDZ00000|SIM01A 7814037168x512 r7200 c57 l8 xhci_pci");

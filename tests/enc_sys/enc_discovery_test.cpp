@@ -238,7 +238,7 @@ TEST_F(EncDiscoveryTest, RootRecordFromTheModelDescription) {
   EXPECT_EQ(info.max_sys_extra_region_count, 0);
 }
 
-TEST_F(EncDiscoveryTest, MonitorsStartAfterTheFill) {
+TEST_F(EncDiscoveryTest, MonitorsStartAfterTheFillAndASasRootTakesItsSesIdentity) {
   model("[System Enclosure]\nCAP = 0x400000\n");
   SE_ENC_INFO info;
   {
@@ -257,12 +257,10 @@ TEST_F(EncDiscoveryTest, MonitorsStartAfterTheFill) {
   EXPECT_EQ(backend.calls, (Names{"pic_start root 1", "mcu_start root 1"}));
   backend.monitor_result = -1;
   EXPECT_EQ(se_sys_getinfo("root", &info), -1);
-}
 
-TEST_F(EncDiscoveryTest, SasAttachedRootTakesItsSesIdentity) {
-  FakeBackend backend;
+  // A SAS-attached root takes its SES identity.
+  backend.monitor_result = 0;
   model("[System Enclosure]\nCAP = 0x10400\n");
-  SE_ENC_INFO info;
   ASSERT_EQ(se_sys_getinfo("root", &info), 0);
   EXPECT_EQ(std::string(info.real_sys_id) + " " + info.bsg_name + " " + info.saved_real_sys_id +
                 " " + info.saved_bsg_name + " " + info.wwn,

@@ -36,12 +36,9 @@ class DeviceModelTest : public ::testing::Test {
 // Identity fields the discovery tests (tests/disk_sys/getinfo_test.cpp) already read back
 // through these models are not repeated here: only the translation layers they skip.
 TEST_F(DeviceModelTest, SataDiskAnswersThroughTheTranslationLayer) {
-  sim::AtaDiskSpec spec;
-  spec.model = "WDC WD40EFRX-68N32N0";
-  spec.serial = "WD-WCC7K0000001";
-  spec.firmware = "82.00A82";
-  spec.logical_sector_size = 4096;
-  spec.wwn = 0x50014ee20d000001ull;
+  sim::AtaDiskSpec spec{.model = "WDC WD40EFRX-68N32N0", .serial = "WD-WCC7K0000001",
+                        .firmware = "82.00A82", .logical_sector_size = 4096,
+                        .wwn = 0x50014ee20d000001ull};
   models.add("/dev/sg1", std::make_shared<sim::SataDiskModel>(spec));
 
   InquiryData inq = inquiry("/dev/sg1");
@@ -93,10 +90,8 @@ TEST_F(DeviceModelTest, SataSmartStatusComesBackInTheRegisters) {
 }
 
 TEST_F(DeviceModelTest, SasDiskNamesItsLogicalUnitAndRefusesAta) {
-  sim::SasDiskSpec spec;
-  spec.naa = 0x5000cca0506b5f1cull;
-  spec.form_factor = 3;
-  models.add("/dev/sg16", std::make_shared<sim::SasDiskModel>(spec));
+  models.add("/dev/sg16", std::make_shared<sim::SasDiskModel>(
+                              sim::SasDiskSpec{.naa = 0x5000cca0506b5f1cull, .form_factor = 3}));
   uint8_t page[256];
   size_t got = 0;
   ASSERT_EQ(scsi_inquiry("/dev/sg16", 0x83, page, sizeof page, &got), 0);
@@ -113,9 +108,8 @@ TEST_F(DeviceModelTest, SasDiskNamesItsLogicalUnitAndRefusesAta) {
 }
 
 TEST_F(DeviceModelTest, NvmeControllerCountsItsNamespacesAndRefusesScsi) {
-  sim::NvmeCtrlSpec spec;
-  spec.namespaces = {500118192ull, 1000};
-  models.add("/dev/nvme0", std::make_shared<sim::NvmeModel>(spec));
+  models.add("/dev/nvme0", std::make_shared<sim::NvmeModel>(
+                               sim::NvmeCtrlSpec{.namespaces = {500118192ull, 1000}}));
   std::vector<uint8_t> buf(4096);
   ASSERT_EQ(nvme_identify("/dev/nvme0", 1, 0, buf.data()), 0);
   NvmeController ctrl;

@@ -3,7 +3,6 @@
 #include <cstdio>
 
 #include "bayhal/PD.h"
-#include "bayhal/SE.h"
 #include "disk_sys/disk_backend.h"
 #include "enclosure/disk_registry_link.h"
 #include "foundation/clock.h"
@@ -139,26 +138,6 @@ TEST_F(PdEndToEnd, SasPathTellsExpanderFromDirectAttachment) {
   EXPECT_EQ(PD_Is_Attached_Behind_SAS(0, 1), 0);
   EXPECT_EQ(PD_Check_Attach_To_SAS_HBA_Directly(0, 2), 0);
   EXPECT_EQ(PD_Is_Attached_Behind_SAS(0, 2), 1);
-}
-
-// The enclosure registry drives the disk registry through its link: attaching the
-// appliance registers its disks, detaching it removes them into history.
-TEST_F(PdEndToEnd, EnclosureAttachAndDetachCarryTheirDisks) {
-  root.write("/etc/hal.conf", "");  // nothing registered yet
-  root.write("/etc/config/enclosure.map", "");
-  insert(0, "sda", 0, "S-A", 0x100, 0x100);
-  insert(2, "sdc", 2, "S-C", 0x100, 0x100);
-  ASSERT_EQ(SE_Sys_Attach("root", 0), 0);
-  int ids[8];
-  ASSERT_EQ(PD_Enumerate(0, ids, 8), 2);
-  EXPECT_EQ(ids[0], 1);
-  EXPECT_EQ(ids[1], 3);
-  EXPECT_EQ(SE_Get_PD_Num(0), 2);
-
-  ASSERT_EQ(SE_Sys_Detach("root"), 0);
-  EXPECT_EQ(PD_Is_Exist(0, 1), 0);
-  EXPECT_EQ(PD_Get_Id_By_Sys_Id_From_History(0, "sdc"), 3);
-  EXPECT_EQ(root.calls("pd_detach"), (std::vector<std::string>{"0 1 /dev/sda", "0 3 /dev/sdc"}));
 }
 
 }  // namespace

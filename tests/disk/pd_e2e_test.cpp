@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "bayhal/PD.h"
+#include "bayhal/SE.h"
 #include "disk_sys/disk_backend.h"
 #include "enclosure/disk_registry_link.h"
 #include "foundation/clock.h"
@@ -138,6 +139,19 @@ TEST_F(PdEndToEnd, SasPathTellsExpanderFromDirectAttachment) {
   EXPECT_EQ(PD_Is_Attached_Behind_SAS(0, 1), 0);
   EXPECT_EQ(PD_Check_Attach_To_SAS_HBA_Directly(0, 2), 0);
   EXPECT_EQ(PD_Is_Attached_Behind_SAS(0, 2), 1);
+}
+
+// Detaching an enclosure detaches its disks through the disk registry: their hooks run and
+// their records go to history (the appliance test sees only that the enclosure is gone).
+TEST_F(PdEndToEnd, EnclosureDetachCarriesItsDisksIntoHistory) {
+  root.write("/etc/hal.conf", "");
+  insert(0, "sda", 0, "S-A", 0x100, 0x100);
+  insert(2, "sdc", 2, "S-C", 0x100, 0x100);
+  ASSERT_EQ(SE_Sys_Attach("root", 0), 0);
+  ASSERT_EQ(SE_Get_PD_Num(0), 2);
+  ASSERT_EQ(SE_Sys_Detach("root"), 0);
+  EXPECT_EQ(PD_Get_Id_By_Sys_Id_From_History(0, "sdc"), 3);
+  EXPECT_EQ(root.calls("pd_detach"), (std::vector<std::string>{"0 1 /dev/sda", "0 3 /dev/sdc"}));
 }
 
 }  // namespace

@@ -155,7 +155,7 @@ TEST_F(UsbGetinfoTest, RemovableMediaWithoutCapacityOrBelowOneGibAreRefused) {
             std::string::npos);
 }
 
-TEST_F(UsbGetinfoTest, UsbDiskBehindASatBridgeIsTypeUsbWithTheDrivesIdentity) {
+TEST_F(UsbGetinfoTest, UsbDiskBehindASatBridgeHasTheDrivesIdentityAndWithoutSatTheBridges) {
   b.usb_storage(b.usb_device(ss, 3, sim::UsbSpec(0x0bc2, 0x2322, "Seagate", "Expansion", 5000)),
                 2, {BlockSpec("sdc", "Seagate", "Expansion").with_sg(2)});
   models.add("/dev/sg2", std::make_shared<sim::UsbBridgeModel>(
@@ -165,6 +165,15 @@ TEST_F(UsbGetinfoTest, UsbDiskBehindASatBridgeIsTypeUsbWithTheDrivesIdentity) {
   PD_INFO info;
   ASSERT_EQ(pd_sys_getinfo("root_usb", "sdc", &info), 0);
   EXPECT_EQ(summary(info), "p1 t2 Seagate|ST2000LM015-2E8174|ZDZ00000|SIM01A 7814037168x512 r7200 c57 l8 xhci_pci");
+
+  // A bridge that does not pass ATA commands through: the bridge's own identity.
+  b.usb_storage(b.usb_device(ss, 1, sim::UsbSpec(0x152d, 0x0578, "JMicron", "Generic", 5000)),
+                3, {BlockSpec("sdd", "JMicron", "Generic").with_sg(3)});
+  models.add("/dev/sg3", std::make_shared<sim::UsbBridgeModel>(
+                             sim::UsbBridgeSpec{.sat_passthrough = false},
+                             std::make_shared<sim::SataDiskModel>(sim::AtaDiskSpec{})));
+  ASSERT_EQ(pd_sys_getinfo("root_usb", "sdd", &info), 0);
+  EXPECT_EQ(summary(info), "p1 t2 JMicron|Generic|0123456789AB|0508 7814037168x512 r-1 c10 l8 xhci_pci");
 }
 
 TEST_F(GetinfoTest, OpticalDriveWithoutDiscIsNotRefused) {

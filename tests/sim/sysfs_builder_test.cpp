@@ -201,5 +201,18 @@ TEST_F(SysfsBuilderTest, BlockAndControllerLinksMatchRealMachines) {
   }
 }
 
+// libsas (hisi_sas, mvsas) names each end device's target by channel, "target<host>:<n>:0";
+// discovery's handling of it is tested only through trees built this way.
+TEST_F(SysfsBuilderTest, LibsasEndDevicesNameTheirTargetsByChannel) {
+  SysfsBuilder b(root.dir());
+  auto hba = b.sas_hba(b.pci_device("0000:01:00.0", {}, PciSpec(0x1000, 0x0097, 0x010700)), 6, {0, 1});
+  b.sas_direct_disk(hba, {0}, EndDeviceSpec("0x5000c500a0000001"), BlockSpec("sde"));
+  EndDeviceSpec libsas("0x5000c500a0000009", -1, "", "sata");
+  libsas.channel_target = true;
+  b.sas_direct_disk(hba, {1}, libsas, BlockSpec("sdf"));
+  std::string link = link_text(root.path("/sys/block/sdf"));
+  EXPECT_NE(link.find("/end_device-6:1/target6:1:0/6:1:0:0/block/sdf"), std::string::npos) << link;
+}
+
 }  // namespace
 }  // namespace bayhal::test

@@ -214,6 +214,15 @@ std::vector<FoundDisk> lookup_in_controller(std::string_view ctrl, int dev_port,
   return out;
 }
 
+int ahci_port_host(std::string_view ctrl, int dev_port) {
+  HostInfo hosts;
+  if (dev_port < 0 || !comm_sys_get_pcie_nvme_name(ctrl).empty() || !get_sdev_host(ctrl, hosts))
+    return -1;
+  if (hosts.count == 1 && !comm_sys_search_partial_filename(host_dir(ctrl, hosts.min), "phy-").empty())
+    return -1;  // SAS: one host, the ports are its phys
+  return dev_port < hosts.count ? hosts.min + dev_port : -1;
+}
+
 std::vector<int> controller_ports(std::string_view ctrl) {
   HostInfo hosts;
   std::vector<int> out;

@@ -27,6 +27,10 @@ std::string resolve_controller(int domain, std::string_view dev_bus, std::string
 std::vector<FoundDisk> lookup_in_controller(std::string_view ctrl, int dev_port,
                                             bool all_targets = false);
 
+// The SCSI host number of port `dev_port` of a controller with one host per port (AHCI);
+// -1 for a SAS or NVMe controller, or when the port has no host.
+int ahci_port_host(std::string_view ctrl, int dev_port);
+
 // The port numbers of a controller: 0 to n-1 for n hosts (AHCI), the host phys of a SAS
 // controller.
 std::vector<int> controller_ports(std::string_view ctrl);

@@ -119,6 +119,14 @@ std::string SysfsBuilder::pci_bridge(std::string_view addr, int secondary,
   return d;
 }
 
+std::string SysfsBuilder::pci_slot(std::string_view name, std::string_view address) {
+  std::string d = "/sys/bus/pci/slots/" + std::string(name);
+  attr(d + "/address", address);
+  attr(d + "/attention", "0");
+  attr(d + "/power", "1");
+  return d;
+}
+
 std::string SysfsBuilder::scsi_host(std::string_view parent_dir, int host,
                                     std::string_view proc_name) {
   std::string name = "host" + std::to_string(host);
@@ -254,6 +262,10 @@ std::vector<AhciPort> SysfsBuilder::ahci(std::string_view pci_dir, int ports, in
     attr(lnk + "/hw_sata_spd_limit", "6.0 Gbps");
     link("/sys/class/ata_link/link" + n, lnk);
     port.host_dir = scsi_host(ata, port.host, "ahci");
+    // Enclosure management by LED messages; the host shows its port's last message.
+    std::string cls = port.host_dir + "/scsi_host/host" + std::to_string(port.host);
+    attr(cls + "/em_message_type", "led");
+    attr(cls + "/em_message", "0");
     out.push_back(port);
   }
   return out;

@@ -155,6 +155,10 @@ class SysfsBuilder {
   std::string pci_bridge(std::string_view addr, int secondary, std::string_view parent = {},
                          const PciSpec& spec = {});
 
+  // A PCIe hot-plug slot "/sys/bus/pci/slots/<name>" holding the device at `address`
+  // ("dddd:bb:dd"), with its attention indicator (0 off, 1 on, 2 blinking) at 0.
+  std::string pci_slot(std::string_view name, std::string_view address);
+
   // SCSI. A host "host%d" below `parent_dir` with its scsi_host class folder.
   std::string scsi_host(std::string_view parent_dir, int host, std::string_view proc_name);
   // "target%d:%d:%d" below `parent_dir` and the unit "%d:%d:%d:%d" below it, with its block

@@ -62,6 +62,27 @@ int GPIO_Enable_Ident_Action_Voice(int enc_id, int actions, int voice);
 /* The active action bits, or -1. */
 int GPIO_Get_Ident_Action(int enc_id);
 
+/* Disk-slot LEDs of bay `port_id` (1..) of the enclosure; the bitmap forms take bit p for
+   bay p (1..63). A bay whose hardware offers no path for the LED answers -1 (the capability
+   query says why). */
+#define GPIO_HDD_LED_ERR 0x1
+#define GPIO_HDD_LED_IDENT 0x2
+#define GPIO_HDD_LED_PRESENT 0x4
+#define GPIO_HDD_LED_ACTIVE 0x8
+#define GPIO_HDD_LED_READ_BACK 0x100 /* their state can be read back */
+int GPIO_Enable_HDD_ERR_LED(int enc_id, int port_id, int state);
+int GPIO_Enable_HDD_ERR_LEDS(int enc_id, unsigned long long port_bitmap, int state);
+int GPIO_Enable_HDD_Ident_LED(int enc_id, int port_id, int state);
+int GPIO_Enable_HDD_Present_LED(int enc_id, int port_id, int state);
+int GPIO_Enable_HDD_Present_LEDS(int enc_id, unsigned long long port_bitmap, int state);
+int GPIO_Enable_HDD_Active_LED(int enc_id, int port_id, int state);
+/* The LEDs of the bay its hardware can light (GPIO_HDD_LED_* bits, 0 for none); `how`
+   (may be null) receives what drives them ("AHCI em_message of host2", "PCIe slot m2a
+   attention", ...) or why nothing does. -1 when the enclosure cannot be looked up. */
+int GPIO_Get_HDD_LED_Capability(int enc_id, int port_id, char *how, int size);
+/* One LED (a GPIO_HDD_LED_* bit) as the hardware reports it: 1 on, 0 off, -1 unknown. */
+int GPIO_Get_HDD_LED(int enc_id, int port_id, int led);
+
 /* GPIO_Set_NAS_Status_LED: records `event` as set (status non-zero) or clear in the event
    bitmap of "/var/ledvalue" and drives the appliance's status LED from it. Event 0 clears
    every event. */

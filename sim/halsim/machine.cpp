@@ -143,6 +143,8 @@ void Machine::build_controller(const Controller& c) {
     }
     case ControllerKind::nvme:
       pci_dirs_[c.name] = parent;  // the function itself appears with the drive
+      // Its bay is a hot-plug slot whose attention indicator lights the bay's LED.
+      b_.pci_slot(c.name, c.pci.substr(0, c.pci.rfind('.')));
       break;
     case ControllerKind::xhci: {
       std::string pci = b_.pci_device(c.pci, parent, PciSpec(c.vendor, c.device, 0x0c0330, "xhci_hcd"));

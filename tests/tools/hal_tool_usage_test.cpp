@@ -91,7 +91,7 @@ TEST_F(HalToolUsage, WhatDoesNotExistIsExitOneWithTheReason) {
                  {{"conf", "bitmap", "/etc/none.conf", "S", "k"}, "cannot read " + r + "/etc/none.conf"},
                  {{"model", "show"}, "cannot read " + r + "/etc/model.conf"},
                  {{"disk", "scan", "root"}, "no kernel device tree at " + r + "/sys/block"},
-                 {{"lcm_locate", "off"}, "lcm_locate: not supported on this board yet"},
+                 {{"lcm_locate", "off"}, "lcm_locate: not supported on this board: the front-panel display"},
              },
              1);
 }

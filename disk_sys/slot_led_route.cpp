@@ -77,7 +77,7 @@ SlotLedRoute appliance_bay(const EncKindRow& kind, int port) {
   if (!comm_sys_get_pcie_nvme_name(ctrl).empty())
     return none("NVMe controller " + function + " sits in no PCIe hot-plug slot");
   int host = ahci_port_host(ctrl, slot->dev_port);
-  if (host < 0) return none("its controller " + function + " has no LED path (not AHCI)");
+  if (host < 0) return none("its controller " + function + " is not AHCI");
   return ahci_route(host);
 }
 

@@ -86,6 +86,28 @@ hal fan set all 5
 hal fan
 hal metrics | grep -v '^# HELP'
 
+step "the bays' LEDs: which path drives each, then bay 3's locate LED on and off (AHCI LED message)"
+hal disk led 0
+hal disk led root_cache
+hal locate 0 3 on
+echo "host2's em_message now: $(cat "$root/sys/class/scsi_host/host2/em_message")"
+hal locate 0 3 off
+echo "host2's em_message now: $(cat "$root/sys/class/scsi_host/host2/em_message")"
+hal disk led root_cache 1 fault on
+echo "PCIe slot m2a's attention indicator: $(cat "$root/sys/bus/pci/slots/m2a/attention")"
+hal disk led root_cache 1 fault off
+hal locate root_usb 1 on
+
+step "the front panel through GPIO_*: status-LED events, the buzzer, the buttons and supplies"
+hal led event 0x1000 on
+halsim board | grep status_led
+hal led event 0 off
+halsim board | grep status_led
+hal buzzer 2
+hal buzzer_locate on
+hal buzzer_locate off
+hal button
+
 step "the controller's registers: the status LED blinks red, the USB copy button is pressed"
 hal ec set 0x155 4
 halsim press usb_copy
@@ -107,6 +129,7 @@ hal fan
 step "its front panel: the green LED on (GP53), the red one on the blink engine (GP52), a button"
 hal sio gpio 53 on
 hal sio blink 52
+hal led power blink
 halsim press usb_copy
 hal sio gpio 21
 halsim board

@@ -41,7 +41,7 @@ TEST_F(SlotLedTest, EachBayFindsItsPathOrSaysWhyNone) {
       {"root_cache", 1, SlotLedPath::kPciSlot, "PCI slot 5"},
       {"root", 2, SlotLedPath::kNone, "takes no LED messages (sgpio)"},
       {"root", 3, SlotLedPath::kNone, "bay 3 is not described"},
-      {"root", 4, SlotLedPath::kNone, "(not AHCI)"},
+      {"root", 4, SlotLedPath::kNone, "is not AHCI"},
       {"root_cache", 2, SlotLedPath::kNone, "sits in no PCIe hot-plug slot"},
       {"usb_2-1", 1, SlotLedPath::kNone, "no LED path for this kind of enclosure"},
   };

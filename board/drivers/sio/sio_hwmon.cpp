@@ -1,7 +1,6 @@
 // The Super I/O's hardware monitor is read through the kernel's driver, not through the
 // ports: the driver owns the chip's environment-controller registers. The attributes sit
 // under "/sys/class/hwmon/hwmon0/device" (always hwmon0: the board's driver loads first).
-#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <optional>
@@ -22,20 +21,13 @@ std::string attr(const char* format, int channel) {
   return std::string("/sys/class/hwmon/hwmon0/device/") + name;
 }
 
-std::optional<long long> parse_decimal(std::string_view t) {
-  long long v = 0;
-  auto [p, ec] = std::from_chars(t.data(), t.data() + t.size(), v);
-  if (t.empty() || ec != std::errc() || p != t.data() + t.size()) return std::nullopt;
-  return v;
-}
-
-// get_sys_sio_value: a decimal attribute of at most 32 bytes; anything else (missing, empty,
-// longer, not a number, beyond 64 bits) is a failure.
+// get_sys_sio_value: a number of at most 32 bytes; anything else (missing, empty, longer, not
+// a number, beyond 64 bits) is a failure.
 std::optional<long long> get_sys_sio_value(const char* format, int channel, const char* func) {
   constexpr size_t kMax = 32;
   auto text = read_head(attr(format, channel), kMax + 1);
   std::optional<long long> v;
-  if (text && text->size() <= kMax) v = parse_decimal(trim(first_line(*text)));
+  if (text && text->size() <= kMax) v = parse_number(first_line(*text));
   if (!v) ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): System Error\n", func, __LINE__);
   return v;
 }

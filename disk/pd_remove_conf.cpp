@@ -13,6 +13,7 @@
 #include "disk/pd_store.h"
 #include "foundation/c_boundary.h"
 #include "foundation/export.h"
+#include "ini/ini_bitmap.h"
 #include "ini/ini_store.h"
 
 namespace bayhal {
@@ -81,6 +82,28 @@ int backup_section(int enc_id, int port_id) {
   return 0;
 }
 
+// What a slot holding only member disks keeps (pd_write_conf writes the same).
+const Keys kSlotHolder = {{"port_id", "-1"}, {"capabilities", std::to_string(PD_CAP_HAS_MEMBERS)}};
+
+bool members_behind(const std::string& file, int slot) {
+  if (slot > PD_MEMBER_GROUP_PORT_MAX) return false;
+  auto index = ini::read_section(file, disk::kIndex);
+  const std::string_view* v = index ? index->find(disk::member_bitmap_key(slot)) : nullptr;
+  ini::Bitmap members;
+  return v != nullptr && members.parse(*v) && members.count() > 0;
+}
+
+// The last member disk gone, a slot holder goes too.
+void drop_empty_holder(const std::string& file, int slot) {
+  if (members_behind(file, slot)) return;
+  std::string section = disk::section_for(slot);
+  auto keys = ini::read_section(file, section);
+  const std::string_view* id = keys ? keys->find("port_id") : nullptr;
+  if (id == nullptr || *id != "-1" || keys->find("pd_sys_id") != nullptr) return;
+  if (Ini_Conf_Remove_Section(file.c_str(), section.c_str()) >= 0)
+    Ini_Conf_Bitmap_Reset_Bit(file.c_str(), disk::kIndex, disk::kPdBitmap, slot);
+}
+
 }  // namespace
 
 int pd_remove_conf(int enc_id, int port_id) {
@@ -107,13 +130,22 @@ int pd_remove_conf(int enc_id, int port_id) {
   std::string key = disk::sysid_key(*sys_id);
   if (Ini_Conf_Remove_Field(file.c_str(), disk::kIndex, key.c_str()) < 0)
     ERR_TRACE(HAL_TRACE_ERROR, "%s: can't remove field %s!\n", __func__, key.c_str());
+  // A slot's own disk leaves a holder behind while member disks remain there.
+  if (!disk::is_member_id(port_id) && members_behind(file, port_id)) {
+    std::vector<std::string> others;
+    for (const auto& [k, v] : keys->entries)
+      if (k != "port_id" && k != "capabilities") others.emplace_back(k);
+    return ini::write_keys(file, section, kSlotHolder, others) == 0 ? 0 : -1;
+  }
   // The section goes before its bit is freed: once the bit is clear another process may
   // claim the port and write a new section that a later removal would delete.
   int rc = Ini_Conf_Remove_Section(file.c_str(), section.c_str());
   if (rc < 0) return rc;
   disk::IndexBit ib = disk::index_bit_for(port_id);
   rc = Ini_Conf_Bitmap_Reset_Bit(file.c_str(), disk::kIndex, ib.key.c_str(), ib.bit);
-  return rc != 0 ? rc : 0;
+  if (rc != 0) return rc;
+  if (disk::is_member_id(port_id)) drop_empty_holder(file, port_id / PD_MEMBER_PORT_ID_FACTOR);
+  return 0;
 }
 
 }  // namespace bayhal

@@ -5,6 +5,7 @@
 // and a new disk costs one file write (plus the WWN key in hal.conf).
 #include <cinttypes>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -59,6 +60,10 @@ struct Claim {
   std::string section;
   std::string wwn;
   Keys keys;
+  // The slot of a member disk, registered with it (see register_slot).
+  std::string slot_bitmap_text;
+  std::string slot_section;
+  Keys slot_keys;
 };
 
 void no_id_left(const Claim& c) {
@@ -77,6 +82,59 @@ ini::Bitmap bitmap_in(std::string_view text, const std::string& key) {
 
 Keys index_keys(const PD_INFO& info, int port_id);
 void fill_section(Claim& c);
+
+constexpr unsigned kHasMembers = PD_CAP_HAS_MEMBERS;
+
+// The capabilities of the record of `port_id` in the store text; nullopt without one.
+std::optional<unsigned> caps_in(std::string_view text, int port_id) {
+  std::string_view value;
+  long long caps = 0;
+  if (!ini::find_value(text, disk::section_for(port_id), "capabilities", value) ||
+      !ini::parse_int(value, false, caps))
+    return std::nullopt;
+  return static_cast<unsigned>(caps);
+}
+
+// A slot record written only to hold its member disks (no device of its own): a negative
+// device id, the has-members mark.
+bool is_slot_holder(std::string_view text, int port_id) {
+  std::string_view value;
+  return ini::find_value(text, disk::section_for(port_id), "port_id", value) && value == "-1" &&
+         !ini::find_value(text, disk::section_for(port_id), "pd_sys_id", value);
+}
+
+bool slot_has_members(std::string_view text, int slot) {
+  return slot <= PD_MEMBER_GROUP_PORT_MAX &&
+         bitmap_in(text, disk::member_bitmap_key(slot)).count() > 0;
+}
+
+// Readers list member disks behind a slot that is in the bitmap and marked as having
+// members: a member disk registers its slot, with a holder record when the slot has no
+// disk of its own, or the mark added to the disk that is there.
+void register_slot(std::string_view text, ini::Edit& edit, ini::Bitmap& pd, Claim& c) {
+  int slot = c.port_id / PD_MEMBER_PORT_ID_FACTOR;
+  if (!pd.test(slot)) {
+    pd.set(slot);
+    c.slot_bitmap_text = pd.format();
+    edit.set.emplace_back(disk::kPdBitmap, c.slot_bitmap_text);
+    c.slot_keys = {{"port_id", "-1"}, {"capabilities", num(kHasMembers)}};
+  } else if (auto caps = caps_in(text, slot); caps && !(*caps & kHasMembers)) {
+    c.slot_keys = {{"capabilities", num(*caps | kHasMembers)}};
+  } else {
+    return;
+  }
+  c.slot_section = disk::section_for(slot);
+  ini::Edit& record = edit.then.emplace_back();
+  record.section = c.slot_section;
+  for (const auto& [k, v] : c.slot_keys) record.set.emplace_back(k, v);
+}
+
+// A slot's own disk keeps the mark while member disks sit behind it.
+void keep_member_mark(std::string_view text, Claim& c) {
+  if (disk::is_member_id(c.port_id) || !slot_has_members(text, c.port_id)) return;
+  for (auto& [k, v] : c.keys)
+    if (k == "capabilities") v = num(c.info->capabilities | kHasMembers);
+}
 
 // The id this device already holds in the store (index key and bit), or -1.
 int held_id(std::string_view text, const PD_INFO& info, const ini::Bitmap& pd) {
@@ -106,6 +164,7 @@ int decide_id(std::string_view text, ini::Edit& edit, Claim& c) {
     c.index = index_keys(*c.info, held);
     for (const auto& [k, v] : c.index) edit.set.emplace_back(k, v);
     fill_section(c);
+    keep_member_mark(text, c);
     ini::Edit& record = edit.then.emplace_back();
     record.section = c.section;
     for (const auto& [k, v] : c.keys) record.set.emplace_back(k, v);
@@ -132,7 +191,8 @@ int decide_id(std::string_view text, ini::Edit& edit, Claim& c) {
     c.bitmap_key = ib.key;
     bits = ib.key == disk::kPdBitmap ? pd : bitmap_in(text, ib.key);
     bit = ib.bit;
-    if (bits.test(bit)) {
+    // A slot holder gives way to the slot's own disk.
+    if (bits.test(bit) && !(ib.key == disk::kPdBitmap && is_slot_holder(text, id))) {
       ERR_TRACE(HAL_TRACE_WARN,
                 "%s(%d):enc_id = %d,port_id = %d,conf_file = %s already exist.\n",
                 "pd_write_conf", __LINE__, c.enc_id, id, c.file);
@@ -147,9 +207,11 @@ int decide_id(std::string_view text, ini::Edit& edit, Claim& c) {
   if (c.kind != Kind::boot) c.index = index_keys(*c.info, id);
   for (const auto& [k, v] : c.index) edit.set.emplace_back(k, v);
   fill_section(c);
+  if (c.kind != Kind::boot) keep_member_mark(text, c);
   ini::Edit& record = edit.then.emplace_back();
   record.section = c.section;
   for (const auto& [k, v] : c.keys) record.set.emplace_back(k, v);
+  if (c.kind == Kind::physical && disk::is_member_id(id)) register_slot(text, edit, pd, c);
   return 0;
 }
 

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "bayhal/Ini_Conf.h"
+#include "bayhal/SE.h"
 #include "disk/disk_store.h"
 #include "disk/pd_attach.h"
 #include "disk/pd_fields.h"
@@ -146,6 +147,27 @@ TEST_F(PdAttach, RepeatedAddEventKeepsOneRecordThatDetachRemoves) {
   EXPECT_EQ(root.read("/etc/enclosure_1.conf").find("sdv"), std::string::npos);
 }
 
+// Member disks (1000 x slot + k) register their slot, so they are listed and counted; a
+// port multiplier's own disk keeps its place among them.
+TEST_F(PdAttach, MemberDisksAreListedAndCountedWithTheirSlot) {
+  auto listed = [] {
+    int ids[16];
+    int n = PD_Enumerate(0, ids, 16);
+    return std::vector<int>(ids, ids + std::max(n, 0));
+  };
+  for (auto [name, id] : {std::pair{"sdm", 2000}, {"sdn", 2001}, {"sdo", 3}, {"sdp", 3000}}) {
+    plug(name, id, name);
+    ASSERT_EQ(PD_Sys_Attach("root", name), 0) << name;
+  }
+  EXPECT_EQ(listed(), (std::vector<int>{2, 3, 2000, 2001, 3000}));
+  EXPECT_EQ(SE_Get_PD_Num(0), 3);  // a slot with a disk of its own counts once
+  EXPECT_EQ(PD_Sys_Detach("root", "sdo"), 0);  // takes its member along
+  EXPECT_EQ(listed(), (std::vector<int>{2, 2000, 2001}));
+  for (const char* name : {"sdm", "sdn"}) EXPECT_EQ(PD_Sys_Detach("root", name), 0);
+  EXPECT_EQ(listed(), std::vector<int>{});
+  EXPECT_EQ(root.read(kStore0).find("PhysicalDisk_2]"), std::string::npos);
+}
+
 TEST_F(PdAttach, DiskMovedFromSdbToSdcKeepsItsVolumes) {
   root.write("/etc/volume.conf",
              "[Global]\npd_00000003_-1_Vol_Bitmap = 1\npd_00000003_1_Vol_Bitmap = 2\n"
@@ -210,7 +232,9 @@ TEST_F(PdAttach, DetachTakesMemberDisksAlongUnlessTheRaidModeSaysOtherwise) {
   ASSERT_EQ(pd_write_conf(0, 2000, &m), 0);
   backend.sr_modes[2] = 4;
   EXPECT_EQ(PD_Sys_Detach("root", "sdm"), 0);
-  EXPECT_EQ(PD_Is_Exist(0, 2), 0);
+  // The slot stays registered, without a disk of its own, for the member left behind.
+  EXPECT_EQ(key_of(kStore0, "PhysicalDisk_2", "pd_sys_id"), "");
+  EXPECT_EQ(key_of(kStore0, "PhysicalDisk_2", "port_id"), "-1");
   EXPECT_EQ(PD_Is_Exist(0, 2000), 1);
 }
 

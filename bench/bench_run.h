@@ -42,7 +42,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
                   by_cpu ? wall : cpu);
       return true;
     }
-    std::printf("ratio %s = %.2f (target <= %.1f) %s [%s time ratio %.2f]\n", what, r, target,
+    std::printf("ratio %s = %.2f (target <= %.2f) %s [%s time ratio %.2f]\n", what, r, target,
                 r <= target ? "ok" : "MISSED", other, by_cpu ? wall : cpu);
     return r <= target;
   }

@@ -12,8 +12,10 @@ int se_pre_detach(const char* enc_sys_id);
 // Removes the enclosure, its children (first) and their disks; remembers which slots held
 // disks. 0, or -1.
 int se_detach(const char* enc_sys_id);
-// Deletes the enclosure's disk store, its identity index, its parent link and its section.
-void se_remove_conf(int enc_id);
+// The registry forgets the enclosure in one write of hal.conf (its identity index, its
+// in-use bit, its parent link and its section), then its disk store is deleted: a failure
+// leaves it either registered with its store or gone. 0, or -1 when it stays registered.
+int se_remove_conf(int enc_id);
 
 // The hot-swap memory in /tmp/.se_detached (hexadecimal bitmaps).
 int se_hotswap_save_pd_bitmap(int enc_id, unsigned bitmap);

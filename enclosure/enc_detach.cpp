@@ -20,7 +20,11 @@
 #include "foundation/c_boundary.h"
 #include "foundation/export.h"
 #include "foundation/sysroot.h"
+#include "ini/ini_bitmap.h"
+#include "ini/ini_conf_util.h"
+#include "ini/ini_file.h"
 #include "ini/ini_store.h"
+#include "ini/ini_text.h"
 
 namespace bayhal {
 namespace {
@@ -82,8 +86,7 @@ int detach(const char* enc_sys_id, int depth) {
   } else {
     detach_children(enc_id, depth);
     save_and_detach_disks(enc_id);
-    se_remove_conf(enc_id);
-    ret = se_detach_release_bit(enc_id);
+    ret = se_remove_conf(enc_id);
     char section[32];
     std::snprintf(section, sizeof section, "ENCLOSURE_%x", static_cast<unsigned>(enc_id));
     Ini_Conf_Remove_Field("/etc/config/.jbod_roaming_status", section, "ENC_SAFE_REMOVE");
@@ -98,6 +101,48 @@ int detach(const char* enc_sys_id, int depth) {
   return ret;
 }
 
+// One replacement of hal.conf: the identity index, the in-use bit, the parent's child bit
+// and the section go together or not at all.
+int forget_enclosure(int enc_id) {
+  std::string section = enc_section(enc_id);
+  std::string sysid_key, bitmap_text, parent_section, child_text;
+  return ini::update_with("se_remove_conf", kHalConf, [&](std::string_view text, ini::Edit& e) {
+    std::string_view v;
+    e.section = kIndex;
+    if (ini::find_value(text, section, "enc_sys_id", v)) {
+      sysid_key = "enc_sysid_" + std::string(v);
+      e.remove.emplace_back(sysid_key);
+    } else {
+      ERR_TRACE(HAL_TRACE_ERROR, "%s: can't lookup system id for enclosure %d!\n", "se_remove_conf", enc_id);
+    }
+    ini::Bitmap in_use;
+    if (ini::find_value(text, kIndex, kEncBitmap, v)) in_use.parse(v);
+    in_use.reset(enc_id);
+    bitmap_text = in_use.format();
+    e.set.emplace_back(kEncBitmap, bitmap_text);
+    std::string_view parent_id;
+    long long parent = -1;
+    if (ini::find_value(text, section, "enc_parent_sys_id", v) &&
+        ini::find_value(text, kIndex, "enc_sysid_" + std::string(v), parent_id) &&
+        ini::parse_int(parent_id, false, parent) && parent >= 0 && parent != enc_id) {
+      parent_section = enc_section(static_cast<int>(parent));
+      ini::Bitmap children;
+      if (ini::find_value(text, parent_section, "child_bitmap", v)) children.parse(v);
+      if (children.test(enc_id)) {
+        children.reset(enc_id);
+        child_text = children.format();
+        ini::Edit& up = e.then.emplace_back();
+        up.section = parent_section;
+        up.set.emplace_back("child_bitmap", child_text);
+      }
+    }
+    ini::Edit& own = e.then.emplace_back();
+    own.section = section;
+    own.remove_section = true;
+    return 0;
+  });
+}
+
 bool usable_identity(const char* enc_sys_id, const char* func) {
   if (enc_sys_id != nullptr && valid_key_text(enc_sys_id)) return true;
   ERR_TRACE(HAL_TRACE_ERROR, "%s: enc_sys_id = %s is invalid!\n", func,
@@ -107,25 +152,16 @@ bool usable_identity(const char* enc_sys_id, const char* func) {
 
 }  // namespace
 
-void se_remove_conf(int enc_id) {
+int se_remove_conf(int enc_id) {
+  if (forget_enclosure(enc_id) < 0) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: can't remove enclosure %d from %s!\n", __func__, enc_id, kHalConf);
+    return -1;
+  }
   std::string store = enc_disk_conf(enc_id);
   if (::unlink(sys_path(store).c_str()) != 0 && errno != ENOENT)
     ERR_TRACE(HAL_TRACE_WARN, "%s: can't remove file %s!\n", __func__, store.c_str());
   Ini_Conf_Remove_LCK_File(store.c_str());
-  char sys_id[32];
-  if (se_lookup_sys_id(enc_id, sys_id, sizeof sys_id) < 0) {
-    ERR_TRACE(HAL_TRACE_ERROR, "%s: can't lookup system id for enclosure %d!\n", __func__, enc_id);
-  } else {
-    std::string key = std::string("enc_sysid_") + sys_id;
-    if (Ini_Conf_Remove_Field(kHalConf, kIndex, key.c_str()) < 0)
-      ERR_TRACE(HAL_TRACE_ERROR, "%s: can't remove field %s!\n", __func__, key.c_str());
-  }
-  if (auto parent = enc_get_text(enc_id, "enc_parent_sys_id")) {
-    int parent_id = se_lookup_id(parent->c_str());
-    if (parent_id >= 0 && parent_id != enc_id)
-      Ini_Conf_Bitmap_Reset_Bit(kHalConf, enc_section(parent_id).c_str(), "child_bitmap", enc_id);
-  }
-  Ini_Conf_Remove_Section(kHalConf, enc_section(enc_id).c_str());
+  return 0;
 }
 
 int se_detach(const char* enc_sys_id) {

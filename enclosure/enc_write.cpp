@@ -13,6 +13,7 @@
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_store.h"
 #include "enc_sys/private_backends.h"
+#include "ini/ini_file.h"
 #include "ini/ini_store.h"
 
 namespace bayhal {
@@ -149,9 +150,24 @@ int se_write_conf(int enc_id, SE_ENC_INFO* info, const char* dir) {
     return -1;
   }
   std::string file = hal_conf_in(dir);
-  ini::write_keys(file, enc_section(enc_id), record_keys(enc_id, *info));
+  std::string section = enc_section(enc_id);
+  Keys keys = record_keys(enc_id, *info);
+  std::string index_key = "enc_sysid_" + sys_id;
+  std::string id_text = std::to_string(enc_id);
+  // The record and the index entry that finds it land together or not at all.
+  int rc = ini::update_with(__func__, file.c_str(), [&](std::string_view, ini::Edit& e) {
+    e.section = section;
+    for (const auto& [k, v] : keys) e.set.emplace_back(k, v);
+    ini::Edit& index = e.then.emplace_back();
+    index.section = kIndex;
+    index.set.emplace_back(index_key, id_text);
+    return 0;
+  });
+  if (rc < 0) {
+    ERR_TRACE(HAL_TRACE_ERROR, "%s: can't write enclosure %d to %s!\n", __func__, enc_id, file.c_str());
+    return -1;
+  }
   link_parent(*info, file);
-  ini::write_keys(file, kIndex, {{"enc_sysid_" + sys_id, std::to_string(enc_id)}});
   return 0;
 }
 

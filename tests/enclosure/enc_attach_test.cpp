@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "enclosure/enc_attach.h"
+#include "bayhal/Ini_Conf.h"
 #include "enclosure/enc_conf.h"
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_store.h"
@@ -259,6 +260,45 @@ TEST_F(EncAttachTest, ScanMakesStoreFoldersAndFailsForAnEnclosureLeftOut) {
   top_expander(2);
   EXPECT_EQ(SE_Scan(), -1);
   EXPECT_EQ(se_lookup_id(id_of(2).c_str()), -1);
+}
+
+// Whatever step of a detach fails, the enclosure is either registered with its disk store
+// or gone with it: a disk that cannot be detached does not stop the rest, and a hal.conf
+// that cannot be written (here: reached through another user's link) keeps everything.
+TEST_F(EncAttachTest, DetachLeavesTheRegistryConsistentWhicheverStepFails) {
+  attach_root();
+  top_expander(1);
+  const std::string unit = id_of(1);
+  struct Case {
+    const char* step;
+    int disk_result;
+    bool registry_fails;
+  } cases[] = {{"none", 0, false}, {"a disk", -1, false}, {"hal.conf", 0, true}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.step);
+    ASSERT_EQ(SE_Sys_Attach(unit.c_str(), 0), 0);
+    int id = se_lookup_id(unit.c_str());
+    std::string store = enc_disk_conf(id);
+    root.write(store, "[Index]\npd_bitmap = 0x6\n");
+    disks.detach_result = c.disk_result;
+    std::string real = root.path(kHalConf) + ".real";
+    if (c.registry_fails) {
+      std::filesystem::rename(root.path(kHalConf), real);
+      ASSERT_EQ(::symlink("hal.conf.real", root.path(kHalConf).c_str()), 0);
+      ASSERT_EQ(::lchown(root.path(kHalConf).c_str(), 65534, 65534), 0);
+    }
+    EXPECT_EQ(SE_Sys_Detach(unit.c_str()), c.registry_fails ? -1 : 0);
+    if (c.registry_fails) std::filesystem::rename(real, root.path(kHalConf));
+    bool stays = c.registry_fails;
+    EXPECT_EQ(se_lookup_id(unit.c_str()) == id, stays);
+    EXPECT_EQ(has_section(id), stays);
+    EXPECT_EQ(Ini_Conf_Bitmap_Is_Bit_Set(kHalConf, kIndex, kEncBitmap, id) == 1, stays);
+    EXPECT_EQ(Ini_Conf_Bitmap_Is_Bit_Set(kHalConf, "Enclosure_0", "child_bitmap", id) == 1, stays);
+    EXPECT_EQ(root.exists(store), stays);
+    if (stays) {
+      ASSERT_EQ(SE_Sys_Detach(unit.c_str()), 0);
+    }
+  }
 }
 
 TEST_F(EncAttachTest, ConcurrentAttachAndDetachLeaveAConsistentStore) {

@@ -59,7 +59,7 @@ class RecordingDiskLink : public DiskRegistryLink {
   int detach_by_dev_id(int enc_id, int dev_id) override {
     detaches.emplace_back(enc_id, dev_id);
     if (on_detach) on_detach(enc_id, dev_id);
-    return 0;
+    return detach_result;
   }
   // Ports without an entry in `dev_ids` get the disk registry's answer.
   int dev_id_of_port(int enc_id, int port, int* dev_id) override {
@@ -69,6 +69,7 @@ class RecordingDiskLink : public DiskRegistryLink {
     return 0;
   }
   int scan_result = 0;
+  int detach_result = 0;
   std::vector<std::string> scans;
   std::vector<std::pair<int, int>> detaches;
   std::function<void(int, int)> on_detach;

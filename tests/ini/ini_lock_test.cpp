@@ -226,6 +226,8 @@ TEST_F(IniLock, ThreadsOfOneProcessExcludeEachOther) {
 // descriptor; once the write is over, the store must be free whatever the child does.
 TEST_F(IniLock, AForkDuringAWriteLeavesTheStoreUnlocked) {
   std::string lock = root.path("/tmp/.px_lock_file.lck");
+  // The lock file exists before any child looks, however late the writer thread starts.
+  ASSERT_GT(Ini_Conf_Set_Field_Int(kFile, "s", "n", -1, 0), 0);
   std::atomic<bool> stop{false};
   std::thread writer([&] {
     for (int i = 0; !stop; ++i) Ini_Conf_Set_Field_Int(kFile, "s", "n", i, 0);

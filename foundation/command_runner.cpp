@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cerrno>
 
+#include "foundation/secret.h"
 #include "foundation/sysroot.h"
 #include "foundation/unique_fd.h"
 
@@ -90,6 +91,53 @@ int spawn_and_wait(const std::vector<std::string>& argv, std::string* output) {
   return wait_for(pid);
 }
 
+// Reads `fd` to its end into `out`, keeping what fits; the count kept.
+size_t read_bounded(int fd, std::span<char> out) {
+  size_t kept = 0;
+  char drop[512];
+  for (;;) {
+    bool room = kept < out.size();
+    ssize_t n = room ? ::read(fd, out.data() + kept, out.size() - kept) : ::read(fd, drop, sizeof drop);
+    if (n > 0) {
+      if (room) kept += static_cast<size_t>(n);
+    } else if (n == 0 || errno != EINTR) {
+      break;
+    }
+  }
+  wipe(drop, sizeof drop);
+  return kept;
+}
+
+// Runs `argv` in place with /dev/null for standard input and error, standard output into
+// `out` (or /dev/null when it is empty). The wait status.
+int spawn_secret(const char* program, const char* const* argv, std::span<char> out,
+                 size_t* out_len) {
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  int pipefd[2] = {-1, -1};
+  if (!out.empty()) {
+    if (::pipe2(pipefd, O_CLOEXEC) != 0) {
+      posix_spawn_file_actions_destroy(&actions);
+      return -1;
+    }
+    posix_spawn_file_actions_adddup2(&actions, pipefd[1], STDOUT_FILENO);
+  } else {
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  }
+  UniqueFd read_end(pipefd[0]);
+  UniqueFd write_end(pipefd[1]);
+  pid_t pid = 0;
+  int rc = ::posix_spawn(&pid, program, &actions, nullptr, const_cast<char* const*>(argv), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (rc != 0) return -1;
+  write_end.reset();
+  size_t kept = out.empty() ? 0 : read_bounded(read_end.get(), out);
+  if (out_len != nullptr) *out_len = kept;
+  return wait_for(pid);
+}
+
 std::vector<std::string> shell_argv(const std::string& line) {
   return {"/bin/sh", "-c", reroot_command_line(posix_redirections(line))};
 }
@@ -112,12 +160,34 @@ class RealRunner : public CommandRunner {
     if (WIFSIGNALED(status)) return 128 + WTERMSIG(status);
     return -1;
   }
+  int exec_secret(const char* const* argv, std::span<char> out, size_t* out_len) override {
+    if (out_len != nullptr) *out_len = 0;
+    if (argv == nullptr || argv[0] == nullptr) return -1;
+    std::string program = resolve_program(argv[0]);
+    if (::access(program.c_str(), X_OK) != 0) return 127 << 8;  // as a shell reports it
+    return spawn_secret(program.c_str(), argv, out, out_len);
+  }
 };
 
 RealRunner g_real;
 std::atomic<CommandRunner*> g_runner{&g_real};
 
 }  // namespace
+
+int CommandRunner::exec_secret(const char* const* argv, std::span<char> out, size_t* out_len) {
+  if (out_len != nullptr) *out_len = 0;
+  std::vector<std::string> words;
+  for (; argv != nullptr && *argv != nullptr; ++argv) words.emplace_back(*argv);
+  std::string captured;
+  int code = exec(words, out.empty() ? nullptr : &captured);
+  size_t n = std::min(captured.size(), out.size());
+  std::copy_n(captured.data(), n, out.data());
+  if (out_len != nullptr) *out_len = n;
+  wipe(captured.data(), captured.size());
+  for (auto& w : words) wipe(w.data(), w.size());
+  if (code < 0) return -1;
+  return code >= 128 ? code - 128 : code << 8;
+}
 
 CommandRunner& runner() { return *g_runner.load(std::memory_order_acquire); }
 

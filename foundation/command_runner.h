@@ -6,6 +6,7 @@
 // Under a system root, an absolute program path ("/sbin/udevadm") runs the stand-in at
 // "$HAL_ROOT/sbin/udevadm" when one exists there, so tests record what the library runs.
 #pragma once
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,6 +25,14 @@ class CommandRunner {
   // Runs argv[0] with arguments, no shell, and waits. Captures standard output when
   // `output` is given. Returns the exit code (0-255), 128+signal, or -1 on spawn failure.
   virtual int exec(const std::vector<std::string>& argv, std::string* output = nullptr) = 0;
+  // Argv form for arguments that may be secrets (a password, a PSID): `argv` (null-ended,
+  // argv[0] the program) reaches the program in place and is never copied, so its owner
+  // alone holds the text and can wipe it. Standard input and error are /dev/null. Standard
+  // output fills `out` (what does not fit is read and dropped; *out_len gets the count
+  // kept), or goes to /dev/null when `out` is empty. Returns the wait status, -1 when the
+  // program could not be started. The default serves runners that only record: it hands
+  // the words to exec() and wipes its copies.
+  virtual int exec_secret(const char* const* argv, std::span<char> out, size_t* out_len);
 };
 
 // The runner in force (the real one unless a test installed another).

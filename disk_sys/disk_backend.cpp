@@ -59,6 +59,13 @@ class DiscoveryBackend final : public DiskBackend {
   int set_io_latency(const char* sys_name, int latency_ms) override {
     return pd_sys_set_io_latency(sys_name, latency_ms);
   }
+  int queue_depth(const char* sys_name) override { return pd_sys_get_queue_depth(sys_name); }
+  int set_queue_depth(const char* sys_name, int depth) override {
+    return pd_sys_set_queue_depth(sys_name, depth);
+  }
+  int sed_command(const char* const* args, std::span<char> out, size_t* out_len) override {
+    return pd_sys_sed_command(args, out, out_len);
+  }
   std::string dev_name(int major, int minor) override { return pd_sys_dev_name_of(major, minor); }
   bool dev_no(std::string_view name, int* major, int* minor) override {
     return pd_sys_dev_no_of(name, major, minor);

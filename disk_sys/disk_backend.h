@@ -3,6 +3,7 @@
 // interface (it is store and policy), so its tests install a double and run without any
 // device tree; production uses the discovery layer (pd_sys_*).
 #pragma once
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -46,6 +47,13 @@ class DiskBackend {
   // ("/dev/sdb"): 0 or -1.
   virtual int set_device_queue(const char* sys_name) = 0;
   virtual int set_io_latency(const char* sys_name, int latency_ms) = 0;
+
+  // The queue depth of a block device ("/dev/sdb"): the depth or -1; set: 0 or -1.
+  virtual int queue_depth(const char* sys_name) = 0;
+  virtual int set_queue_depth(const char* sys_name, int depth) = 0;
+  // Runs the self-encrypting-drive tool (pd_sys_sed_command): `args` may hold secrets and
+  // are used in place. The wait status, -1 when it could not be started.
+  virtual int sed_command(const char* const* args, std::span<char> out, size_t* out_len) = 0;
 
   // The kernel's block devices: "/dev/<name>" of a device number (empty when none), the
   // number of a "/dev/sd*"-like name, the disks in /sys/block, whether a node exists.

@@ -3,6 +3,7 @@
 // on failure, -2 for a device that is not a disk to register.
 #pragma once
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -59,6 +60,21 @@ int pd_sys_set_device_queue(const char* sys_name);
 // Sets the command-timeout latency (milliseconds) of a block device. 0 or -1.
 int pd_sys_set_io_latency(const char* sys_name, int latency_ms);
 
+// The queue depth of a block device ("/dev/sdb": its SCSI device's "queue_depth"); -1 when
+// it has none that can be read.
+int pd_sys_get_queue_depth(const char* sys_name);
+// Sets it: 0 or -1.
+int pd_sys_set_queue_depth(const char* sys_name, int depth);
+
+// The self-encrypting-drive tool (TCG Opal), and the lock that lets one run of it at a time
+// on the appliance.
+inline constexpr const char* kSedTool = "/sbin/sedutil-cli";
+inline constexpr const char* kSedLockFile = "/tmp/.sed_lock_file";
+// Runs the tool with `args` (its option and arguments, null-ended, used in place: they may
+// be secrets) under kSedLockFile, never through a shell; standard error is dropped,
+// standard output fills `out` (*out_len the bytes kept) or is dropped when `out` is empty.
+// The wait status, -1 when the tool could not be started or the lock not taken.
+int pd_sys_sed_command(const char* const* args, std::span<char> out, size_t* out_len);
 // Sets or clears PD_CAP_SED from what the SED tool says of the disk's control device.
 int pd_sys_set_sed_capability(PD_INFO* info);
 // 1 when "/sbin/sedutil-cli --isValidSED <device>" reports a self-encrypting drive.

@@ -1,15 +1,13 @@
-// Names and facts around one disk: its pd_sys_id from a device name, the boot disk, the
-// driver and the self-encrypting-drive mark.
+// Names and facts around one disk: its pd_sys_id from a device name, the boot disk and the
+// driver.
 #include <cctype>
 #include <cstring>
 #include <sstream>
 #include <string>
 
-#include "bayhal/ERR_TRACE.h"
 #include "disk_sys/pd_sys.h"
 #include "disk_sys/root_lookup.h"
 #include "disk_sys/root_slots.h"
-#include "foundation/command_runner.h"
 #include "foundation/sysfs.h"
 #include "foundation/sysroot.h"
 #include "foundation/text.h"
@@ -104,26 +102,6 @@ int pd_sys_get_driver_name(const char* pd_sys_id, char* buf, int size) {
     path = path.substr(0, path.rfind('/'));
   }
   return -1;
-}
-
-int sed_is_support(const char* device) {
-  if (device == nullptr || *device == 0) return 0;
-  ERR_TRACE(HAL_TRACE_INFO, "%s %s %s %s\n", "/sbin/sedutil-cli", "--isValidSED", device,
-            "2>/dev/null");
-  std::string out;
-  // The device name comes from sysfs: argv form, no shell.
-  if (runner().exec({"/sbin/sedutil-cli", "--isValidSED", device}, &out) < 0) return 0;
-  if (out.find(" NO --- ") != std::string::npos) return 0;
-  return out.find(" SED ") != std::string::npos ? 1 : 0;
-}
-
-int pd_sys_set_sed_capability(PD_INFO* info) {
-  if (info == nullptr) return -1;
-  if (sed_is_support(info->pd_ctrl_name))
-    info->capabilities |= PD_CAP_SED;
-  else
-    info->capabilities &= ~PD_CAP_SED;
-  return 0;
 }
 
 }  // namespace bayhal

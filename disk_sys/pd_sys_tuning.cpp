@@ -1,6 +1,7 @@
-// Block-device tuning after attach: the request size limit and the command-timeout latency.
-// Both write sysfs attributes directly (under the system root) rather than through a shell,
-// since the device name is kernel text.
+// Block-device tuning: the request size limit and the command-timeout latency after attach,
+// the queue depth around a locking change of a self-encrypting drive. All write sysfs
+// attributes directly (under the system root) rather than through a shell, since the
+// device name is kernel text.
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -52,6 +53,19 @@ int pd_sys_set_io_latency(const char* sys_name, int latency_ms) {
   if (!safe_device_name(name)) return -1;
   return write_attribute("/sys/block/" + std::string(name) + "/device/varn_param_latency",
                          latency_ms);
+}
+
+int pd_sys_get_queue_depth(const char* sys_name) {
+  std::string_view name = base_name(sys_name != nullptr ? sys_name : "");
+  if (!safe_device_name(name)) return -1;
+  auto depth = sysfs_read_int("/sys/block/" + std::string(name) + "/device/queue_depth");
+  return depth && *depth > 0 && *depth <= 65535 ? static_cast<int>(*depth) : -1;
+}
+
+int pd_sys_set_queue_depth(const char* sys_name, int depth) {
+  std::string_view name = base_name(sys_name != nullptr ? sys_name : "");
+  if (!safe_device_name(name) || depth <= 0) return -1;
+  return write_attribute("/sys/block/" + std::string(name) + "/device/queue_depth", depth);
 }
 
 }  // namespace bayhal

@@ -110,6 +110,13 @@ int FakeBackend::set_device_queue(const char* sys_name) {
 int FakeBackend::set_io_latency(const char* sys_name, int latency_ms) {
   return pd_sys_set_io_latency(sys_name, latency_ms);
 }
+int FakeBackend::queue_depth(const char* sys_name) { return pd_sys_get_queue_depth(sys_name); }
+int FakeBackend::set_queue_depth(const char* sys_name, int depth) {
+  return pd_sys_set_queue_depth(sys_name, depth);
+}
+int FakeBackend::sed_command(const char* const* args, std::span<char> out, size_t* out_len) {
+  return pd_sys_sed_command(args, out, out_len);
+}
 std::string FakeBackend::dev_name(int major, int minor) { return pd_sys_dev_name_of(major, minor); }
 bool FakeBackend::dev_no(std::string_view name, int* major, int* minor) {
   return pd_sys_dev_no_of(name, major, minor);

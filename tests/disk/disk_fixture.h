@@ -50,6 +50,9 @@ class FakeBackend : public DiskBackend {
   int check_rw_access(const char* enc_sys_id, const char* pd_sys_id, const PD_INFO* info) override;
   int set_device_queue(const char* sys_name) override;
   int set_io_latency(const char* sys_name, int latency_ms) override;
+  int queue_depth(const char* sys_name) override;
+  int set_queue_depth(const char* sys_name, int depth) override;
+  int sed_command(const char* const* args, std::span<char> out, size_t* out_len) override;
   std::string dev_name(int major, int minor) override;
   bool dev_no(std::string_view name, int* major, int* minor) override;
   std::vector<std::string> block_devices() override;

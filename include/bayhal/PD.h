@@ -231,6 +231,49 @@ int PD_Get_Dev_Slot_Name(int enc_id, int port_id, char *buf, int size);
 /* Who owns an optical drive: a pass-through owner, the drive's owner, or "DRO". 0 or -1. */
 int PD_Get_ODD_Owner(int enc_id, int port_id, char *buf, int size);
 
+/* Asks discovery again what the disk can do and stores its "capabilities" (the bits the
+   registry sets itself are kept). 0 or -1. */
+int PD_Rescan_Capabilities(int enc_id, int port_id);
+/* Sets the queue depth of the disk's block device. 0 or -1. */
+int PD_Reconfig_Queue_Depth(int enc_id, int port_id, int depth);
+
+/* ---- Self-encrypting drives (TCG Opal) ----
+   Every operation runs "/sbin/sedutil-cli" (one run at a time on the appliance) and fails
+   at once for a disk without PD_CAP_SED. Passwords and PSIDs are NUL-terminated byte
+   strings of 1 to 1024 bytes, used for the one call: the library passes them to the tool
+   as single arguments (never through a shell), logs none and keeps none. Range 0 is the
+   drive's global range; ranges 1 to 8 can be set up. Results: 0 on success, -1 on failure;
+   the tests 1 or 0, -1 when the drive could not be asked. The reason of a failure is in
+   "/var/log/sedutil.log". */
+int PD_SED_Is_Supported(int enc_id, int port_id);
+int PD_SED_Is_Initialized(int enc_id, int port_id);
+int PD_SED_Is_Locked(int enc_id, int port_id);
+/* Takes ownership of the drive and activates its locking with `password`. */
+int PD_SED_Initialize(int enc_id, int port_id, const char *password);
+int PD_SED_MBR_Enable(int enc_id, int port_id, int on, const char *password);
+/* The first sector and the length (in sectors) of a locking range. */
+int PD_SED_Display_Range(int enc_id, int port_id, int range_id, const char *password,
+                         long long *start, long long *length);
+/* Sets a range (1 to 8) up as an unlocked range of `count` sectors from `start`. */
+int PD_SED_Setup_Range(int enc_id, int port_id, int range_id, long long start, long long count,
+                       const char *password);
+int PD_SED_Remove_Range(int enc_id, int port_id, int range_id, const char *password);
+int PD_SED_Range_Is_Enabled(int enc_id, int port_id, int range_id, const char *password);
+int PD_SED_Range_Is_Locked(int enc_id, int port_id, int range_id, const char *password);
+int PD_SED_Enable_Range(int enc_id, int port_id, int range_id, const char *password);
+int PD_SED_Disable_Range(int enc_id, int port_id, int range_id, const char *password);
+int PD_SED_Lock_Range(int enc_id, int port_id, int range_id, const char *password);
+int PD_SED_Unlock_Range(int enc_id, int port_id, int range_id, const char *password);
+/* Changes the Admin1 password. */
+int PD_SED_Change_Password(int enc_id, int port_id, const char *old_password,
+                           const char *new_password);
+/* 0 when the drive accepts `password`, else -1; nothing is printed. */
+int PD_SED_Verify_Password(int enc_id, int port_id, const char *password);
+/* Reverts the drive's locking, keeping its data. */
+int PD_SED_Factory_Reset_With_Password(int enc_id, int port_id, const char *password);
+/* Reverts the drive to its factory state with the PSID printed on it: ALL DATA IS LOST. */
+int PD_SED_Factory_Reset_With_PSID(int enc_id, int port_id, const char *psid);
+
 #ifdef __cplusplus
 }
 #endif

@@ -13,6 +13,7 @@
 #include "board/drivers/board_lock.h"
 #include "transport/transport_frame.h"
 #include "sim/halsim/root_writer.h"
+#include "sim/halsim/sed_drives.h"
 
 namespace bayhal::sim::halsim {
 
@@ -22,8 +23,14 @@ Daemon::Daemon(std::string root, Scenario sc)
       models_(sc_),
       board_(sc_),
       machine_(sc_, root_,
-               PlugHooks{[this](const PluggedDisk& pd, const Disk& d) { models_.plug(pd, d); },
-                         [this](const PluggedDisk& pd) { models_.unplug(pd); }}) {}
+               PlugHooks{[this](const PluggedDisk& pd, const Disk& d) {
+                           models_.plug(pd, d);
+                           sed_plug(root_, pd, d);
+                         },
+                         [this](const PluggedDisk& pd) {
+                           models_.unplug(pd);
+                           sed_unplug(root_, pd);
+                         }}) {}
 
 Daemon::~Daemon() {
   for (auto& [id, t] : threads_)
@@ -50,6 +57,7 @@ std::string Daemon::start() {
     clear_volatile(root_);
     write_firmware_files(root_, machine_.scenario());
     install_stand_ins(root_);
+    sed_power_on(root_, machine_.scenario());
     machine_.power_on();
     board_.power_on(root_);
   } catch (const std::exception& e) {

@@ -10,7 +10,9 @@
 namespace bayhal::sim::halsim {
 
 // The programs the library runs, each replaced by a stand-in that appends its arguments as
-// one line to "<root>/calls/<name>.log" (the convention of the tests' SandboxRoot).
+// one line to "<root>/calls/<name>.log" (the convention of the tests' SandboxRoot); but
+// "/sbin/sedutil-cli" is the Opal stand-in program (sim/sedutil) when it is built beside
+// halsim, so the drives of the scenario answer as self-encrypting drives do.
 extern const char* const kStandIns[];
 
 // Checks that `root` can be used: an absolute directory other than "/", created if missing.

@@ -71,6 +71,8 @@ struct Disk {
   uint64_t sectors = 0;  // 512-byte units
   int rotation = 7200;   // rpm; 0 for a solid-state disk
   int form = 2;          // 2 3.5", 3 2.5", 7 M.2
+  bool sed = false;      // a self-encrypting drive (TCG Opal)
+  std::string psid;      // its PSID label; empty: derived from the serial
 };
 
 // An embedded controller board ([ec]): SIO_DEVICE "IT8528". Temperatures in degrees, fans

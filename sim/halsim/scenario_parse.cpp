@@ -218,7 +218,11 @@ bool read_disk(const RawSection& s, std::string name, Scenario& sc, std::string&
       if (!parse_size(v, d.sectors)) r.fail("size '" + v + "' is not a size such as 4T or 960G");
     } else if (k == "rotation") r.integer(k, v, d.rotation, 0, 20000);
     else if (k == "form") r.integer(k, v, d.form, 0, 15);
-    else return false;
+    else if (k == "sed") r.boolean(k, v, d.sed);
+    else if (k == "psid") {
+      if (v.size() < 8 || v.size() > 64) r.fail("psid '" + v + "' is not 8 to 64 characters");
+      d.psid = v;
+    } else return false;
     return true;
   });
   if (!ok) return false;

@@ -70,6 +70,31 @@ halsim insert jbod
 hal enc list
 hal disk list "$unit"
 
+step "a self-encrypting drive in bay 5: its life cycle (passwords on standard input, never in argv)"
+# Runs hal_tool sed with a secret piped to it, showing the secret as the pipe carries it.
+sed_with() {
+  local secret=$1
+  shift
+  printf '\033[2m$ printf %%s %q | hal_tool sed %s\033[0m\n' "$secret" "$*"
+  printf '%s\n' "$secret" | "$tool" --root "$root" sed "$@" || printf '\033[33m(exit %d)\033[0m\n' "$?"
+}
+pw='it'"'"'s $(not) a; shell'
+hal sed status 0/5
+sed_with "$pw" init 0/5
+sed_with "$pw" range 0/5 1 --setup 2048 1048576
+sed_with "$pw" range 0/5 1 --enable
+sed_with "$pw" lock 0/5 1
+hal sed status 0/5
+sed_with "wrong" unlock 0/5 1
+sed_with "$pw" unlock 0/5 1
+sed_with "$pw"$'\n'"new password" password 0/5
+sed_with "new password" range 0/5 1
+sed_with "new password" revert 0/5
+sed_with "BF19PSID0000000000000000000B205" revert --psid 0/5
+hal sed status 0/5 --json
+echo "the SED event log (no password in it):"
+cat "$root/var/log/sedutil.log"
+
 step "what the library ran, as the stand-ins recorded it"
 for p in udevadm pd_attach pd_detach; do
   printf '%s: %s calls, last: %s\n' "$p" "$(wc -l <"$root/calls/$p.log" 2>/dev/null || echo 0)" \

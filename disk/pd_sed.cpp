@@ -1,6 +1,5 @@
 // The PD_SED_* interface: each operation is its tool command, the text that says it worked
 // and what follows it (disk/pd_sed.h has the path they share).
-#include <cstdio>
 #include <string>
 
 #include "bayhal/ERR_TRACE.h"
@@ -8,6 +7,7 @@
 #include "disk/disk_store.h"
 #include "disk/pd_query.h"
 #include "disk/pd_sed.h"
+#include "disk/sed_output.h"
 #include "foundation/c_boundary.h"
 #include "foundation/export.h"
 
@@ -28,48 +28,9 @@ int query_flag(const char* fn, int enc_id, int port_id, const char* flag) {
   cmd.device(disk.device());
   SedOutput out;
   if (!disk.run(cmd, 0, out)) return -1;
-  std::string yes = std::string(flag) + " = Y", no = std::string(flag) + " = N";
-  // "Locked = " is also the tail of other flags' names: only a whole word counts.
-  for (int answer : {1, 0}) {
-    const std::string& text = answer ? yes : no;
-    std::string_view line = out.line_with(text);
-    size_t at = line.find(text);
-    if (at != std::string_view::npos && (at == 0 || line[at - 1] == ' ')) return disk.answered("query", answer);
-  }
+  int answer = sed_flag(out.text(), flag);
+  if (answer >= 0) return disk.answered("query", answer);
   return disk.parse_error(cmd, out.text());
-}
-
-// A locking range's two lines of "--listLockingRanges": "LR<n> Begin <start> for <length>"
-// and the flags below it.
-struct RangeLines {
-  long long start = 0, length = 0;
-  std::string_view flags;
-  bool found = false;
-};
-
-RangeLines find_range(const SedOutput& out, const char* device, int range_id) {
-  RangeLines r;
-  std::string_view text = out.text();
-  std::string header = std::string("Locking Range Configuration for ") + device;
-  size_t at = text.find(header);
-  if (at == std::string_view::npos) return r;
-  text.remove_prefix(at + header.size());
-  std::string tag = "LR" + std::to_string(range_id) + " Begin ";
-  for (size_t pos = text.find(tag); pos != std::string_view::npos; pos = text.find(tag, pos + 1)) {
-    if (pos > 0 && text[pos - 1] != '\n' && text[pos - 1] != ' ' && text[pos - 1] != '\t') continue;
-    std::string line(text.substr(pos, text.find('\n', pos) - pos));
-    int n = -1;
-    if (std::sscanf(line.c_str(), "LR%d Begin %lli for %lli", &n, &r.start, &r.length) != 3 || n != range_id)
-      return r;
-    size_t next = text.find('\n', pos);
-    if (next != std::string_view::npos) {
-      std::string_view rest = text.substr(next + 1);
-      r.flags = rest.substr(0, rest.find('\n'));
-    }
-    r.found = true;
-    return r;
-  }
-  return r;
 }
 
 // "RLKEna = Y ... WLKEna = Y": 1 when both of a range's flags say Y, 0 when the first says N.
@@ -82,12 +43,10 @@ int range_flags(const char* fn, int enc_id, int port_id, int range_id, const cha
   cmd.secret(password).device(disk.device());
   SedOutput out;
   if (!disk.run(cmd, 0, out)) return -1;
-  RangeLines r = find_range(out, disk.device(), range_id);
-  auto says = [&](const char* flag, char yn) {
-    return r.flags.find(std::string(flag) + " = " + yn) != std::string_view::npos;
-  };
-  if (r.found && says(read_flag, 'Y') && says(write_flag, 'Y')) return disk.answered("list range", 1);
-  if (r.found && (says(read_flag, 'N') || says(write_flag, 'N'))) return disk.answered("list range", 0);
+  SedRange r = sed_range(out.text(), disk.device(), range_id);
+  int read = r.found ? sed_flag(r.flags, read_flag) : -1, write = r.found ? sed_flag(r.flags, write_flag) : -1;
+  if (read == 1 && write == 1) return disk.answered("list range", 1);
+  if (read == 0 || write == 0) return disk.answered("list range", 0);
   return disk.parse_error(cmd, out.text());
 }
 
@@ -187,7 +146,7 @@ BAYHAL_EXPORT int PD_SED_Display_Range(int enc_id, int port_id, int range_id, co
   cmd.secret(password).device(disk.device());
   SedOutput out;
   if (!disk.run(cmd, 0, out)) return -1;
-  RangeLines r = find_range(out, disk.device(), range_id);
+  SedRange r = sed_range(out.text(), disk.device(), range_id);
   if (!r.found) return disk.parse_error(cmd, out.text());
   *start = r.start;
   *length = r.length;

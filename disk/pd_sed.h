@@ -68,8 +68,6 @@ class SedOutput {
   SedOutput() : buf_(kCapacity) {}
   std::string_view text() const { return buf_.text(); }
   WipedBuffer& buffer() { return buf_; }
-  // The line that holds `needle`, or an empty view.
-  std::string_view line_with(std::string_view needle) const;
 
  private:
   // The tool's answers are a few lines; a device that says more is cut off here.

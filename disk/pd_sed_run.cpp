@@ -17,6 +17,7 @@
 #include "bayhal/Ini_Conf.h"
 #include "bayhal/PD.h"
 #include "disk/pd_sed.h"
+#include "disk/sed_output.h"
 #include "disk_sys/disk_backend.h"
 #include "disk_sys/pd_sys.h"
 #include "foundation/clock.h"
@@ -128,16 +129,6 @@ std::string SedCommand::masked(std::string_view text) const {
   return out;
 }
 
-std::string_view SedOutput::line_with(std::string_view needle) const {
-  std::string_view found;
-  for_each_line(text(), [&](std::string_view line) {
-    if (line.find(needle) == std::string_view::npos) return true;
-    found = line;
-    return false;
-  });
-  return found;
-}
-
 SedDisk::SedDisk(const char* func, int enc_id, int port_id) : func_(func), enc_(enc_id), port_(port_id) {
   if (PD_SED_Is_Supported(enc_id, port_id) != 1) {
     sed_event_log(true, "[%s]%d:%d is not a self-encrypting drive\n", func_, enc_, port_);
@@ -208,7 +199,7 @@ bool SedDisk::run(const SedCommand& cmd, unsigned steps, SedOutput& out) {
 int SedDisk::change(const SedCommand& cmd, unsigned steps, std::string_view success, const char* done) {
   SedOutput out;
   if (!run(cmd, steps, out)) return -1;
-  if (out.line_with(success).empty()) return parse_error(cmd, out.text());
+  if (sed_line_with(out.text(), success).empty()) return parse_error(cmd, out.text());
   sed_event_log(false, "[%s]%s %s successfully\n", func_, device_, done);
   after(steps);
   return 0;

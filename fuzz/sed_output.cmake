@@ -1,0 +1,1 @@
+bayhal_add_fuzz(fuzz_sed_output sed_output_fuzz.cpp)

@@ -39,13 +39,14 @@ class Secrets {
 };
 
 bool Secrets::take(std::istream& in, std::string& error) {
-  std::string line;
-  line.reserve(kMaxSecret + 2);  // one buffer, so no copy is left behind by growing
+  // Read in place into one buffer of its final size: no copy is left behind by a move or
+  // by growing.
+  items_.reserve(2);
+  std::string& line = items_.emplace_back();
+  line.reserve(kMaxSecret + 2);
   if (!std::getline(in, line)) return error = "expected one more line of input", false;
   if (!line.empty() && line.back() == '\r') line.pop_back();
-  bool usable = !line.empty() && line.size() <= kMaxSecret;
-  items_.push_back(std::move(line));
-  if (!usable) return error = "a password or PSID is 1 to 1024 bytes", false;
+  if (line.empty() || line.size() > kMaxSecret) return error = "a password or PSID is 1 to 1024 bytes", false;
   return true;
 }
 

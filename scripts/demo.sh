@@ -151,10 +151,12 @@ hal temp
 hal fan set 6 8
 hal fan
 
-step "its front panel: the green LED on (GP53), the red one on the blink engine (GP52), a button"
+step "its front panel: the green LED on (GP53), the red one on the blink engine (GP52), the power LED blinking and the USB LED on through GPIO_*, a button"
 hal sio gpio 53 on
 hal sio blink 52
+"$tool" --root "$root" boot >/dev/null
 hal led power blink
+hal led usb on
 halsim press usb_copy
 hal sio gpio 21
 halsim board

@@ -16,6 +16,11 @@ class RealClock : public Clock {
     if (sysinfo(&info) != 0) return 0;
     return info.uptime;
   }
+  long long monotonic_us() override {
+    struct timespec ts {};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return ts.tv_sec * 1000000LL + ts.tv_nsec / 1000;
+  }
   void sleep_ms(long ms) override { sleep_us(ms * 1000L); }
   void sleep_us(long us) override {
     struct timespec ts {us / 1000000, (us % 1000000) * 1000L};

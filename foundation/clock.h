@@ -12,6 +12,8 @@ class Clock {
   virtual ~Clock() = default;
   virtual std::time_t now() = 0;        // wall-clock seconds
   virtual long uptime() = 0;            // seconds since boot
+  // A monotonic time in microseconds, for the models that time what they are asked.
+  virtual long long monotonic_us() = 0;
   virtual void sleep_ms(long ms) = 0;
   // Short waits of device protocols (an embedded controller is polled every 50 us).
   virtual void sleep_us(long us) = 0;
@@ -29,6 +31,7 @@ class VirtualClock : public Clock {
       : now_us_(static_cast<long long>(start) * 1000000), uptime_us_(uptime * 1000000LL) {}
   std::time_t now() override { return static_cast<std::time_t>(now_us_ / 1000000); }
   long uptime() override { return static_cast<long>(uptime_us_ / 1000000); }
+  long long monotonic_us() override { return uptime_us_; }
   void sleep_ms(long ms) override { sleep_us(ms * 1000L); }
   void sleep_us(long us) override { advance_us(us); ++sleeps_; slept_us_ += us; }
   void advance_ms(long ms) { advance_us(ms * 1000L); }

@@ -129,6 +129,8 @@ halsim board | grep status_led
 hal led event 0 off
 halsim board | grep status_led
 hal buzzer 2
+echo "the beeps the controller heard (length, silence before):"
+"$sim" --root "$root" board | sed -n '/buzzer_beeps/,/chip/p' | grep after_ms
 hal buzzer_locate on
 hal buzzer_locate off
 hal button

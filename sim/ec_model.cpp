@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "foundation/clock.h"
+
 namespace bayhal::sim {
 namespace {
 
@@ -113,9 +115,28 @@ void EcModel::set_eup_capable(bool capable) {
   regs_[kCapability] = capable ? static_cast<uint8_t>(regs_[kCapability] | 0x08) : static_cast<uint8_t>(regs_[kCapability] & ~0x08);
 }
 
+std::vector<EcModel::Beep> EcModel::beeps() const {
+  std::vector<Beep> out;
+  long long started = -1, ended = -1;
+  for (size_t i = 0; i < buzzer_.size(); ++i) {
+    long long at = buzzer_at_us_[i];
+    if (buzzer_[i] != 0 && started < 0) {
+      started = at;
+    } else if (buzzer_[i] == 0 && started >= 0) {
+      out.push_back({(at - started) / 1000, ended < 0 ? 0 : (started - ended) / 1000});
+      ended = at;
+      started = -1;
+    }
+  }
+  return out;
+}
+
 void EcModel::write_register(uint16_t addr, uint8_t value) {
   regs_[addr] = value;
-  if (addr == kBuzzer) buzzer_.push_back(value);
+  if (addr == kBuzzer) {
+    buzzer_.push_back(value);
+    buzzer_at_us_.push_back(bayhal::clock().monotonic_us());
+  }
   for (const Group& g : kGroups)
     if (addr == g.duty) update_fans();
 }

@@ -48,6 +48,13 @@ class EcModel : public PortDevice {
   uint8_t status_led() const { return regs_[0x0155]; }
   // Every value written to the buzzer register, in order.
   const std::vector<uint8_t>& buzzer_writes() const { return buzzer_; }
+  // The beeps heard, timed on the clock seam (virtual time in tests): how long each sounded
+  // and the silence before it (0 for the first).
+  struct Beep {
+    long long ms;
+    long long after_ms;
+  };
+  std::vector<Beep> beeps() const;
 
   uint8_t in(uint16_t port) override;
   void out(uint16_t port, uint8_t value) override;
@@ -69,6 +76,7 @@ class EcModel : public PortDevice {
   std::array<Interface, 2> ifs_;
   std::array<unsigned, 36> max_rpm_{};
   std::vector<uint8_t> buzzer_;
+  std::vector<long long> buzzer_at_us_;  // when each buzzer write came
   int latency_ = 0;
   bool busy_ = false;
   int errors_ = 0;

@@ -51,6 +51,16 @@ void write_text(const std::string& path, const std::string& text) { std::ofstrea
 
 bool fintek(const std::string& chip) { return chip == "F71869A" || chip == "F81866A"; }
 
+// The last beeps the buzzer sounded: their lengths and the silences between them.
+json beeps_json(const EcModel& ec) {
+  constexpr size_t kShown = 16;
+  auto beeps = ec.beeps();
+  json out = json::array();
+  for (size_t i = beeps.size() > kShown ? beeps.size() - kShown : 0; i < beeps.size(); ++i)
+    out.push_back({{"ms", beeps[i].ms}, {"after_ms", beeps[i].after_ms}});
+  return out;
+}
+
 }  // namespace
 
 BoardModels::BoardModels(const Scenario& sc) : sc_(sc) {
@@ -218,6 +228,7 @@ json BoardModels::ec_status() const {
           {"supplies", supplies},
           {"power_recovery_register", ec.reg(0x0016)},
           {"buzzer", ec.reg(0x0249)},
+          {"buzzer_beeps", beeps_json(ec)},
           {"protocol_errors", ec.protocol_errors()}};
 }
 

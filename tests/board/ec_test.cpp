@@ -1,6 +1,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "board/dispatch/se_sys.h"
 #include "board/drivers/ec/ec.h"
 #include "board/drivers/ec/ec_mailbox.h"
 #include "sim/ec_model.h"
@@ -217,6 +218,14 @@ TEST_F(EcTest, TheBuzzerSoundsForItsModesTimeAtTheDescribedFrequency) {
   describe("[System IO]\nSYSTEM_BUZZER_FREQ = 101\n");
   EXPECT_EQ(ec_sys_set_buzzer(0), -1);
   EXPECT_EQ(ec.buzzer_writes().size(), 4u);
+  // A pattern played on it: long, 0.5 s, short, 0.25 s, short, timed as the model heard it.
+  describe("[System IO]\nSYSTEM_BUZZER_UNIT = EC\nSYSTEM_BUZZER_FREQ = 60\n");
+  ASSERT_EQ(board::se_sys_set_buzzer("root", 12), 0);
+  auto beeps = ec.beeps();
+  ASSERT_EQ(beeps.size(), 5u);
+  EXPECT_EQ(std::vector<long long>({beeps[2].ms, beeps[2].after_ms, beeps[3].ms, beeps[3].after_ms,
+                                    beeps[4].ms, beeps[4].after_ms}),
+            std::vector<long long>({1000, 0, 500, 500, 500, 250}));
 }
 
 }  // namespace

@@ -60,6 +60,52 @@ int scsi_test_unit_ready(std::string_view dev, DeviceCommand* out) {
   return rc;
 }
 
+namespace {
+
+DeviceCommand data_in(int cdb_len, uint8_t* buf, uint32_t len) {
+  DeviceCommand cmd;
+  cmd.cdb_len = static_cast<uint8_t>(cdb_len);
+  cmd.dir = XferDir::kFromDevice;
+  cmd.data = buf;
+  cmd.data_len = len;
+  return cmd;
+}
+
+}  // namespace
+
+int scsi_log_sense(std::string_view dev, uint8_t page, uint8_t* buf, uint16_t len, size_t* got) {
+  DeviceCommand cmd = data_in(10, buf, len);
+  cmd.cdb[0] = 0x4d;
+  cmd.cdb[2] = static_cast<uint8_t>(0x40 | (page & 0x3f));  // cumulative values
+  cmd.cdb[7] = static_cast<uint8_t>(len >> 8);
+  cmd.cdb[8] = static_cast<uint8_t>(len);
+  return run(dev, cmd, got);
+}
+
+int scsi_request_sense(std::string_view dev, uint8_t* buf, uint8_t len, size_t* got) {
+  DeviceCommand cmd = data_in(6, buf, len);
+  cmd.cdb[0] = 0x03;
+  cmd.cdb[4] = len;
+  return run(dev, cmd, got);
+}
+
+int scsi_mode_sense6(std::string_view dev, uint8_t page, uint8_t* buf, uint8_t len, size_t* got) {
+  DeviceCommand cmd = data_in(6, buf, len);
+  cmd.cdb[0] = 0x1a;
+  cmd.cdb[1] = 0x08;  // no block descriptors
+  cmd.cdb[2] = page & 0x3f;
+  cmd.cdb[4] = len;
+  return run(dev, cmd, got);
+}
+
+int scsi_send_diagnostic(std::string_view dev, uint8_t self_test_code) {
+  DeviceCommand cmd;
+  cmd.cdb_len = 6;
+  cmd.cdb[0] = 0x1d;
+  cmd.cdb[1] = static_cast<uint8_t>(self_test_code << 5);
+  return run(dev, cmd, nullptr);
+}
+
 int ata_pass_through(std::string_view dev, const AtaTaskfile& tf, XferDir dir, uint8_t* buf,
                      uint32_t len, DeviceCommand* out) {
   DeviceCommand cmd;
@@ -112,6 +158,30 @@ int nvme_identify(std::string_view dev, uint8_t cns, uint32_t nsid, uint8_t* buf
   cmd.dir = XferDir::kFromDevice;
   cmd.data = buf4096;
   cmd.data_len = 4096;
+  return run(dev, cmd, nullptr);
+}
+
+int nvme_get_log_page(std::string_view dev, uint8_t lid, uint32_t nsid, uint8_t* buf,
+                      uint32_t len) {
+  DeviceCommand cmd;
+  cmd.kind = CmdKind::kNvmeAdmin;
+  cmd.nvme.opcode = 0x02;
+  cmd.nvme.nsid = nsid;
+  uint32_t dwords = len / 4 - 1;  // NUMD counts from 0
+  cmd.nvme.cdw10 = lid | ((dwords & 0xffff) << 16);
+  cmd.nvme.cdw11 = dwords >> 16;
+  cmd.dir = XferDir::kFromDevice;
+  cmd.data = buf;
+  cmd.data_len = len;
+  return run(dev, cmd, nullptr);
+}
+
+int nvme_device_self_test(std::string_view dev, uint32_t nsid, uint8_t stc) {
+  DeviceCommand cmd;
+  cmd.kind = CmdKind::kNvmeAdmin;
+  cmd.nvme.opcode = 0x14;
+  cmd.nvme.nsid = nsid;
+  cmd.nvme.cdw10 = stc & 0x0f;
   return run(dev, cmd, nullptr);
 }
 

@@ -29,6 +29,15 @@ int scsi_read_capacity(std::string_view dev, uint64_t& blocks, uint32_t& block_l
 // TEST UNIT READY; the command is returned so callers can read the sense.
 int scsi_test_unit_ready(std::string_view dev, DeviceCommand* out = nullptr);
 
+// LOG SENSE(10) of `page` (cumulative values), REQUEST SENSE, and MODE SENSE(6) of `page`.
+int scsi_log_sense(std::string_view dev, uint8_t page, uint8_t* buf, uint16_t len,
+                   size_t* got = nullptr);
+int scsi_request_sense(std::string_view dev, uint8_t* buf, uint8_t len, size_t* got = nullptr);
+int scsi_mode_sense6(std::string_view dev, uint8_t page, uint8_t* buf, uint8_t len,
+                     size_t* got = nullptr);
+// SEND DIAGNOSTIC with a self-test code (1 background short, 2 background extended, 4 abort).
+int scsi_send_diagnostic(std::string_view dev, uint8_t self_test_code);
+
 // ATA PASS-THROUGH(16). `dir` kNone sends a non-data command with CK_COND set, so that the
 // ATA registers come back in the sense data (ATA Status Return descriptor); a data-in
 // command reads `len` bytes (a multiple of 512) by PIO.
@@ -39,5 +48,11 @@ int ata_identify(std::string_view dev, uint8_t* buf512);
 
 // NVMe Identify (admin 06h) of `cns` for `nsid` into a 4096-byte buffer.
 int nvme_identify(std::string_view dev, uint8_t cns, uint32_t nsid, uint8_t* buf4096);
+// NVMe Get Log Page (admin 02h) of log `lid` for `nsid` (0xFFFFFFFF: the controller) into
+// `len` bytes (a multiple of 4).
+int nvme_get_log_page(std::string_view dev, uint8_t lid, uint32_t nsid, uint8_t* buf,
+                      uint32_t len);
+// NVMe Device Self-test (admin 14h) with code `stc` (1 short, 2 extended, 0xF abort).
+int nvme_device_self_test(std::string_view dev, uint32_t nsid, uint8_t stc);
 
 }  // namespace bayhal

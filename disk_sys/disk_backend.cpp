@@ -10,6 +10,7 @@
 
 #include "disk_sys/pd_sys.h"
 #include "disk_sys/pd_sys_devno.h"
+#include "disk_sys/pd_sys_smart.h"
 #include "foundation/sysroot.h"
 
 namespace bayhal {
@@ -51,6 +52,16 @@ class DiscoveryBackend final : public DiskBackend {
                    path.find("/expander-") == std::string::npos
                ? 1
                : 0;
+  }
+  int power_mode(int type, const char* pd_sys_id) override {
+    return pd_sys_health_power_mode(type, pd_sys_id);
+  }
+  int health_read(int type, const char* enc_sys_id, const char* pd_sys_id, int size,
+                  SmartReading& out) override {
+    return pd_sys_health_read(type, enc_sys_id, pd_sys_id, size, out);
+  }
+  int self_test(int type, const char* enc_sys_id, const char* pd_sys_id, int mode) override {
+    return pd_sys_health_self_test(type, enc_sys_id, pd_sys_id, mode);
   }
   int check_rw_access(const char* enc_sys_id, const char* pd_sys_id, const PD_INFO* info) override {
     return pd_sys_check_rw_access(enc_sys_id, pd_sys_id, info);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "bayhal/PD.h"
+#include "disk_sys/smart_reading.h"
 
 namespace bayhal {
 
@@ -63,6 +64,14 @@ class DiskBackend {
   virtual bool device_present(const char* dev) = 0;
   // Reloads the USB host driver (a boot stick that dropped off the bus comes back).
   virtual void reload_usb_host() = 0;
+
+  // Health, by the disk's SMART type (PD_SMART_TYPE_*); -2 for a type without readers.
+  // The power mode: 1 awake (or nothing to spin up), 0 standby, -1 unknown. A reading of
+  // at most `size` entries (ATA: slots), a self-test start: 0 or -1.
+  virtual int power_mode(int type, const char* pd_sys_id) = 0;
+  virtual int health_read(int type, const char* enc_sys_id, const char* pd_sys_id, int size,
+                          SmartReading& out) = 0;
+  virtual int self_test(int type, const char* enc_sys_id, const char* pd_sys_id, int mode) = 0;
 
   // Hardware-RAID mode of a disk (PD_Get_SR_Mode); -1 when the disk has none.
   virtual int sr_mode(int enc_id, int port_id) = 0;

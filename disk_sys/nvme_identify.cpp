@@ -13,6 +13,7 @@ bool nvme_parse_identify_ctrl(const uint8_t* data, size_t len, NvmeController& o
   out.model = r.ascii(24, 40);
   out.firmware = r.ascii(64, 8);
   out.oacs = r.le16(256);
+  out.edstt = r.le16(316);
   out.nn = r.le32(516);
   out.oncs = r.le16(520);
   return r.ok();

@@ -10,6 +10,7 @@ namespace bayhal {
 constexpr size_t kNvmeIdentifySize = 4096;
 // ONCS bit 2: the Dataset Management command (deallocate, i.e. TRIM) is supported.
 constexpr uint16_t kNvmeOncsDsm = 0x4;
+constexpr uint16_t kNvmeOacsSelfTest = 0x10;  // Device Self-test
 
 struct NvmeController {
   uint16_t vendor = 0;   // bytes 0-1
@@ -19,6 +20,7 @@ struct NvmeController {
   uint16_t oacs = 0;     // bytes 256-257: optional admin commands (bit 0 security send/recv)
   uint16_t oncs = 0;     // bytes 520-521: optional NVM commands
   uint32_t nn = 0;       // bytes 516-519: number of namespaces
+  uint16_t edstt = 0;    // bytes 316-317: extended device self-test time, minutes
 };
 
 struct NvmeNamespace {

@@ -123,6 +123,8 @@ bool fill_nvme(const std::string& node, const DiskPaths& p, PD_INFO* info) {
   copy_field(info->revision, sizeof info->revision, ctrl.firmware);
   if (!ctrl.serial.empty()) info->capabilities |= PD_CAP_SERIAL;
   if (ctrl.oncs & kNvmeOncsDsm) info->capabilities |= PD_CAP_TRIM;
+  if ((ctrl.oacs & kNvmeOacsSelfTest) && !Disk_Is_SelfTest_Blacklisted(info->vendor, info->model))
+    info->capabilities |= PD_CAP_SELF_TEST;
   long long nsid = sysfs_read_int(p.block + "/nsid").value_or(1);
   NvmeNamespace ns;
   if (nvme_identify(node, 0, static_cast<uint32_t>(nsid), page.data()) == 0 &&
@@ -145,7 +147,7 @@ void copy_field(char* dst, size_t size, const std::string& s) {
 IdentityResult fill_identity(const DiskPaths& p, const std::string& ctrl, PD_INFO* info) {
   IdentityResult r;
   if (p.nvme) {
-    info->type = PD_TYPE_ATA;
+    info->type = PD_TYPE_NVME;
     copy_field(info->vendor, sizeof info->vendor, "NVMe");
     info->capabilities |= PD_CAP_SMART;  // the health log
     set_rotation(info, 0, p);
@@ -167,6 +169,9 @@ IdentityResult fill_identity(const DiskPaths& p, const std::string& ctrl, PD_INF
     info->type = PD_TYPE_SCSI;
     info->capabilities |= PD_CAP_SCSI;
     fill_scsi(ctrl, inq, p, info);
+    // Health from the log pages; self-tests by SEND DIAGNOSTIC, which every disk takes.
+    info->capabilities |= PD_CAP_SMART;
+    if (!Disk_Is_SelfTest_Blacklisted(info->vendor, info->model)) info->capabilities |= PD_CAP_SELF_TEST;
   } else {
     info->type = PD_TYPE_ATA;
     if (r.scsi_type >= 0) copy_field(info->vendor, sizeof info->vendor, inq.vendor);

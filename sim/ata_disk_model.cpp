@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "disk_sys/ata_identify.h"
+#include "disk_sys/ata_smart.h"
 
 namespace bayhal::sim {
 namespace {
@@ -125,9 +126,40 @@ SataDiskModel::SataDiskModel(std::vector<uint8_t> identify, std::vector<uint8_t>
                              std::vector<uint8_t> smart_thresholds)
     : identify_(std::move(identify)),
       smart_data_(std::move(smart_data)),
-      smart_thresholds_(std::move(smart_thresholds)) {
+      smart_thresholds_(std::move(smart_thresholds)),
+      smart_ok_(!ata_threshold_exceeded(smart_data_, smart_thresholds_)) {
   identify_.resize(512);
   decode_identity();
+}
+
+bool ata_threshold_exceeded(const std::vector<uint8_t>& data, const std::vector<uint8_t>& thresholds) {
+  SmartReading r;
+  return ata_smart_parse_data(data.data(), data.size(), kAtaSmartSlots, 0, r) &&
+         ata_smart_apply_thresholds(thresholds.data(), thresholds.size(), r) &&
+         ata_smart_threshold_exceeded(r);
+}
+
+void SataDiskModel::set_status_byte(uint8_t value) {
+  if (smart_data_.size() < 512) return;
+  // The checksum moves with the byte, so a page that arrived damaged stays damaged.
+  smart_data_[511] = static_cast<uint8_t>(smart_data_[511] - (value - smart_data_[363]));
+  smart_data_[363] = value;
+}
+
+void SataDiskModel::self_test(uint8_t subcommand) {
+  if (smart_data_.size() < 512) return;
+  bool running = (smart_data_[363] >> 4) == 0x0f;
+  if (subcommand == 127) {
+    if (running) set_status_byte(0x10);  // aborted by the host
+  } else {
+    set_status_byte(0xf9);  // in progress, 90 % to go
+  }
+}
+
+void SataDiskModel::advance_self_test() {
+  if (smart_data_.size() < 512 || (smart_data_[363] >> 4) != 0x0f) return;
+  int left = (smart_data_[363] & 0x0f) - 3;
+  set_status_byte(left > 0 ? static_cast<uint8_t>(0xf0 | left) : 0x00);
 }
 
 void SataDiskModel::decode_identity() {

@@ -48,14 +48,19 @@ std::vector<uint8_t> ata_identify_page(const AtaDiskSpec& spec);
 std::vector<uint8_t> ata_smart_data_page(const AtaDiskSpec& spec);
 std::vector<uint8_t> ata_smart_threshold_page(const AtaDiskSpec& spec);
 
-class SataDiskModel : public ScsiModel {
+// Whether a drive with these pages reports its threshold exceeded (the ATA rule).
+bool ata_threshold_exceeded(const std::vector<uint8_t>& data, const std::vector<uint8_t>& thresholds);
+
+class SataDiskModel : public ScsiModel, public SpinningDisk {
  public:
   explicit SataDiskModel(const AtaDiskSpec& spec);
-  // A drive answering with a captured IDENTIFY page (and optionally captured SMART pages).
+  // A drive answering with a captured IDENTIFY page and, optionally, captured SMART pages;
+  // SMART RETURN STATUS then tells what the pages say.
   explicit SataDiskModel(std::vector<uint8_t> identify, std::vector<uint8_t> smart_data = {},
                          std::vector<uint8_t> smart_thresholds = {});
 
   const std::vector<uint8_t>& identify() const { return identify_; }
+  const std::vector<uint8_t>& smart_data() const { return smart_data_; }
   void set_smart_status(bool ok) { smart_ok_ = ok; }
   // Answers READ LOG EXT / SMART READ LOG of `address` with `pages` (512 bytes each).
   void set_log(uint8_t address, std::vector<uint8_t> pages) { logs_[address] = std::move(pages); }
@@ -82,6 +87,11 @@ class SataDiskModel : public ScsiModel {
   uint32_t sector_size_ = 512;
 
   void decode_identity();
+  // EXECUTE OFF-LINE IMMEDIATE: a test starts (or is aborted) in the self-test byte; each
+  // read of the data page while one runs moves it on, until it completes without error.
+  void self_test(uint8_t subcommand);
+  void advance_self_test();
+  void set_status_byte(uint8_t value);
 };
 
 }  // namespace bayhal::sim

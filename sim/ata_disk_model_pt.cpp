@@ -65,9 +65,10 @@ void SataDiskModel::ata_pass_through(DeviceCommand& cmd) {
   switch (r.command) {
     case 0xec:  // IDENTIFY DEVICE
       return data_in(cmd, identify_);
-    case 0xe5:  // CHECK POWER MODE: active
-      return return_registers(cmd, r, r.lba_mid, r.lba_high, 0xff);
+    case 0xe5:  // CHECK POWER MODE: standby, or active/idle
+      return return_registers(cmd, r, r.lba_mid, r.lba_high, standby() ? 0x00 : 0xff);
     case 0x2f: {  // READ LOG EXT
+      media_access();
       auto it = logs_.find(r.lba_low);
       if (it == logs_.end()) return ata_abort(cmd);
       return data_in(cmd, it->second);
@@ -78,9 +79,13 @@ void SataDiskModel::ata_pass_through(DeviceCommand& cmd) {
       return ata_abort(cmd);
   }
   if (!smart || !smart_sig) return ata_abort(cmd);
+  // Everything of SMART but switching it on and off reads or writes the media.
+  if (r.features != 0xd8 && r.features != 0xd9 && r.features != 0xd2) media_access();
   switch (r.features) {
     case 0xd0:
-      return smart_data_.empty() ? ata_abort(cmd) : data_in(cmd, smart_data_);
+      if (smart_data_.empty()) return ata_abort(cmd);
+      data_in(cmd, smart_data_);
+      return advance_self_test();
     case 0xd1:
       return smart_thresholds_.empty() ? ata_abort(cmd) : data_in(cmd, smart_thresholds_);
     case 0xd5: {  // SMART READ LOG
@@ -92,6 +97,8 @@ void SataDiskModel::ata_pass_through(DeviceCommand& cmd) {
       return smart_ok_ ? return_registers(cmd, r, 0x4f, 0xc2, r.count)
                        : return_registers(cmd, r, 0xf4, 0x2c, r.count);
     case 0xd4:  // EXECUTE OFF-LINE IMMEDIATE (self-tests)
+      self_test(r.lba_low);
+      return finish();
     case 0xd8:  // ENABLE OPERATIONS
     case 0xd9:  // DISABLE OPERATIONS
     case 0xd2:  // ATTRIBUTE AUTOSAVE

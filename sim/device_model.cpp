@@ -41,6 +41,7 @@ int ModelTransport::submit(std::string_view device, DeviceCommand& cmd) {
   cmd.host_status = cmd.driver_status = 0;
   cmd.sense_len = 0;
   cmd.residual = 0;
+  model->count_received();
   model->handle(cmd);
   return 0;
 }

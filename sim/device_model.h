@@ -8,6 +8,7 @@
 //
 // docs/device_transport.md describes which commands each model answers.
 #pragma once
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -26,6 +27,34 @@ class DeviceModel {
   // Answers one command: fills the data buffer, status, sense and residual as the device
   // would. Never fails as a whole: an unsupported command gets the device's error status.
   virtual void handle(DeviceCommand& cmd) = 0;
+
+  // Every command the device received, through any of its nodes.
+  int received() const { return received_.load(); }
+  void count_received() { ++received_; }
+
+ private:
+  std::atomic<int> received_{0};
+};
+
+// The power state of a disk that spins: in standby only commands that leave the media alone
+// are answered without spinning up; any other one wakes it, and is counted.
+class SpinningDisk {
+ public:
+  void set_standby(bool standby) { standby_ = standby; }
+  bool standby() const { return standby_; }
+  // How often a command had to spin the disk up.
+  int wakeups() const { return wakeups_; }
+
+ protected:
+  // A command that needs the media.
+  void media_access() {
+    if (standby_) ++wakeups_;
+    standby_ = false;
+  }
+
+ private:
+  bool standby_ = false;
+  int wakeups_ = 0;
 };
 
 class ModelTransport : public DeviceTransport {

@@ -21,11 +21,20 @@ struct SasDiskSpec {
   uint32_t block_len = 512;
   int rotation = 7200;  // VPD 0xB1: 0 non-rotating, -1 not reported
   int form_factor = 2;  // 2 3.5", 3 2.5"
+  // Health.
+  bool failing = false;       // Informational Exceptions: failure prediction threshold exceeded
+  int temperature = 34;       // °C
+  int trip_temperature = 68;
+  uint32_t power_on_minutes = 1234567;
+  uint32_t read_uncorrected = 0, write_uncorrected = 0;
+  uint16_t extended_test_seconds = 5400;
 };
 
-// INQUIRY, VPD 0x00/0x80/0x83/0xB1, READ CAPACITY(10/16); ATA PASS-THROUGH is an invalid
-// operation code, as SAS disks answer it.
-class SasDiskModel : public ScsiModel {
+// INQUIRY, VPD 0x00/0x80/0x83/0xB1, READ CAPACITY(10/16); LOG SENSE of pages 00h, 02h, 03h,
+// 0Dh, 10h, 15h and 2Fh, MODE SENSE(6) of the Control page, REQUEST SENSE with the power
+// condition, SEND DIAGNOSTIC self-tests. ATA PASS-THROUGH is an invalid operation code, as
+// SAS disks answer it.
+class SasDiskModel : public ScsiModel, public SpinningDisk {
  public:
   explicit SasDiskModel(SasDiskSpec spec) : spec_(std::move(spec)) {}
 
@@ -33,9 +42,16 @@ class SasDiskModel : public ScsiModel {
   std::vector<uint8_t> standard_inquiry() override;
   std::vector<uint8_t> vpd(uint8_t page) override;
   bool capacity(uint64_t& blocks, uint32_t& block_len) override;
+  void other(DeviceCommand& cmd) override;
 
  private:
   SasDiskSpec spec_;
+  // The self-test log's newest result (0: none yet) and a background test that runs.
+  uint8_t last_result_ = 0;
+  uint8_t running_code_ = 0;
+
+  std::vector<uint8_t> log_page(uint8_t page);
+  std::vector<uint8_t> self_test_page();
 };
 
 struct OpticalSpec {

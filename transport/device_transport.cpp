@@ -17,28 +17,6 @@
 namespace bayhal {
 namespace {
 
-// Sense data: response code 0x70/0x71 is the fixed format (key in byte 2, ASC/ASCQ in
-// bytes 12/13), 0x72/0x73 the descriptor format (bytes 1, 2, 3).
-struct SenseFields {
-  uint8_t key = 0, asc = 0, ascq = 0;
-};
-
-SenseFields parse_sense(const uint8_t* s, uint8_t len) {
-  SenseFields f;
-  if (len < 2) return f;
-  uint8_t code = s[0] & 0x7f;
-  if (code == 0x72 || code == 0x73) {
-    f.key = s[1] & 0x0f;
-    if (len > 2) f.asc = s[2];
-    if (len > 3) f.ascq = s[3];
-  } else if (code == 0x70 || code == 0x71) {
-    if (len > 2) f.key = s[2] & 0x0f;
-    if (len > 12) f.asc = s[12];
-    if (len > 13) f.ascq = s[13];
-  }
-  return f;
-}
-
 int submit_sg_io(int fd, DeviceCommand& cmd) {
   if (cmd.cdb_len == 0 || cmd.cdb_len > sizeof cmd.cdb) return -EINVAL;
   sg_io_hdr_t h{};
@@ -102,9 +80,28 @@ std::atomic<DeviceTransport*> g_transport{&g_real};
 
 }  // namespace
 
-uint8_t DeviceCommand::sense_key() const { return parse_sense(sense, sense_len).key; }
-uint8_t DeviceCommand::asc() const { return parse_sense(sense, sense_len).asc; }
-uint8_t DeviceCommand::ascq() const { return parse_sense(sense, sense_len).ascq; }
+SenseFields sense_fields(const uint8_t* s, size_t len) {
+  SenseFields f;
+  if (s == nullptr || len < 2) return f;
+  uint8_t code = s[0] & 0x7f;
+  if (code == 0x72 || code == 0x73) {
+    f.key = s[1] & 0x0f;
+    if (len > 2) f.asc = s[2];
+    if (len > 3) f.ascq = s[3];
+  } else if (code == 0x70 || code == 0x71) {
+    if (len > 2) f.key = s[2] & 0x0f;
+    if (len > 12) f.asc = s[12];
+    if (len > 13) f.ascq = s[13];
+  } else {
+    return f;
+  }
+  f.valid = true;
+  return f;
+}
+
+uint8_t DeviceCommand::sense_key() const { return sense_fields(sense, sense_len).key; }
+uint8_t DeviceCommand::asc() const { return sense_fields(sense, sense_len).asc; }
+uint8_t DeviceCommand::ascq() const { return sense_fields(sense, sense_len).ascq; }
 
 DeviceTransport& device_transport() {
   DeviceTransport* t = g_transport.load(std::memory_order_acquire);

@@ -5,6 +5,7 @@
 // backend issues the ioctls on the device node; tests and halsim install device models
 // (sim/device_model.h) the way they install a clock. docs/device_transport.md has the detail.
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -18,6 +19,15 @@ enum class XferDir : uint8_t { kNone, kFromDevice, kToDevice };
 // SCSI status bytes the callers look at.
 constexpr uint8_t kScsiGood = 0x00;
 constexpr uint8_t kScsiCheckCondition = 0x02;
+
+// Sense key, ASC and ASCQ of sense data: response code 0x70/0x71 is the fixed format (key in
+// byte 2, ASC/ASCQ in bytes 12/13), 0x72/0x73 the descriptor format (bytes 1, 2, 3); `valid`
+// is false (and the fields 0) for anything else.
+struct SenseFields {
+  uint8_t key = 0, asc = 0, ascq = 0;
+  bool valid = false;
+};
+SenseFields sense_fields(const uint8_t* sense, size_t len);
 
 struct NvmeAdminFields {
   uint8_t opcode = 0;

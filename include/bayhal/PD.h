@@ -53,6 +53,7 @@ extern "C" {
 #define PD_TYPE_ATA 0
 #define PD_TYPE_SCSI 1
 #define PD_TYPE_USB 2
+#define PD_TYPE_NVME 4
 
 /* Adapter kinds of PD_INFO.adapter_kind: discovery presets PD_ADAPTER_DEFAULT; the two RAID
    kinds mark disks of a hardware-RAID adapter. */
@@ -277,5 +278,7 @@ int PD_SED_Factory_Reset_With_PSID(int enc_id, int port_id, const char *psid);
 #ifdef __cplusplus
 }
 #endif
+
+#include "PD_SMART.h"
 
 #endif

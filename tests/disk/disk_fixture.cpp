@@ -7,6 +7,7 @@
 #include "disk/pd_fields.h"
 #include "disk_sys/pd_sys.h"
 #include "disk_sys/pd_sys_devno.h"
+#include "disk_sys/pd_sys_smart.h"
 
 namespace bayhal::test {
 
@@ -125,6 +126,16 @@ std::vector<std::string> FakeBackend::block_devices() { return pd_sys_block_devi
 bool FakeBackend::device_present(const char* dev) { return pd_sys_device_present(dev); }
 void FakeBackend::reload_usb_host() { pd_sys_reload_usb_host(); }
 
+int FakeBackend::power_mode(int type, const char* pd_sys_id) {
+  return pd_sys_health_power_mode(type, pd_sys_id);
+}
+int FakeBackend::health_read(int type, const char* enc_sys_id, const char* pd_sys_id, int size,
+                             SmartReading& out) {
+  return pd_sys_health_read(type, enc_sys_id, pd_sys_id, size, out);
+}
+int FakeBackend::self_test(int type, const char* enc_sys_id, const char* pd_sys_id, int mode) {
+  return pd_sys_health_self_test(type, enc_sys_id, pd_sys_id, mode);
+}
 int FakeBackend::sr_mode(int, int port_id) {
   auto it = sr_modes.find(port_id);
   return it == sr_modes.end() ? -1 : it->second;

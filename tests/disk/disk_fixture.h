@@ -58,6 +58,11 @@ class FakeBackend : public DiskBackend {
   std::vector<std::string> block_devices() override;
   bool device_present(const char* dev) override;
   void reload_usb_host() override;
+  // Health goes to the device readers, which the tests answer with device models.
+  int power_mode(int type, const char* pd_sys_id) override;
+  int health_read(int type, const char* enc_sys_id, const char* pd_sys_id, int size,
+                  SmartReading& out) override;
+  int self_test(int type, const char* enc_sys_id, const char* pd_sys_id, int mode) override;
   int sr_mode(int enc_id, int port_id) override;
   int mvs_card_position(const char* enc_sys_id, int* pcie_slot, int* card_index) override;
   int hzr_card_description(int pcie_slot, HzrCardDescription* out) override;

@@ -94,7 +94,7 @@ TEST_F(GetinfoTest, SasDiskFromInquiryAndVpd) {
   model_conf("[System Disk 3]\nDEV_BUS = 02:00.0\nDEV_PORT = 7\n");
   PD_INFO info;
   ASSERT_EQ(pd_sys_getinfo("root", "sdk", &info), 0);
-  EXPECT_EQ(summary(info), "p3 t1 HITACHI|HUSMM111CLAR1600|0QV0X1AA|E002 390721968x4096 r0 c3019 l4 mpt3sas");
+  EXPECT_EQ(summary(info), "p3 t1 HITACHI|HUSMM111CLAR1600|0QV0X1AA|E002 390721968x4096 r0 c301f l4 mpt3sas");
   EXPECT_EQ(info.att_phy_id, 7);
   EXPECT_EQ(info.wwn_len * 1000 + info.wwn[0], 8080);
 }
@@ -110,7 +110,7 @@ TEST_F(GetinfoTest, NvmeDiskFromIdentify) {
   model_conf("[System Disk 4]\nDEV_BUS = 00:1d.0\nDEV_PORT = 0\n");
   PD_INFO info;
   ASSERT_EQ(pd_sys_getinfo("root", "nvme0n1", &info), 0);
-  EXPECT_EQ(summary(info), "p4 t0 NVMe|BAYSIM NVME SSD 1TB|S5H9NS0N000001|2B2QEXM7 244190646x4096 r0 c21a l13 nvme");
+  EXPECT_EQ(summary(info), "p4 t4 NVMe|BAYSIM NVME SSD 1TB|S5H9NS0N000001|2B2QEXM7 244190646x4096 r0 c21e l13 nvme");
   EXPECT_EQ(std::string(info.pd_ctrl_name) + " " + info.pd_sys_name + " " + info.pd_bus_name,
             "/dev/nvme0n1 /dev/nvme0n1 0000:03:00.0");
   EXPECT_EQ(info.pd_max_link_speed, kPcie16GT);

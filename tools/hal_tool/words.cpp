@@ -50,7 +50,7 @@ std::optional<LinkSpeed> link_speed(int code) {
 
 std::string disk_type(int type) {
   static constexpr std::pair<int, const char*> kTypes[] = {
-      {PD_TYPE_ATA, "ata"}, {PD_TYPE_SCSI, "scsi"}, {PD_TYPE_USB, "usb"}};
+      {PD_TYPE_ATA, "ata"}, {PD_TYPE_SCSI, "scsi"}, {PD_TYPE_USB, "usb"}, {PD_TYPE_NVME, "nvme"}};
   for (auto [t, name] : kTypes)
     if (t == type) return name;
   return "unknown";

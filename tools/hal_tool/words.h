@@ -15,7 +15,7 @@ struct LinkSpeed {
   double gbps;
 };
 std::optional<LinkSpeed> link_speed(int code);
-// "ata", "scsi", "usb"; "unknown" otherwise.
+// "ata", "scsi", "usb", "nvme"; "unknown" otherwise.
 std::string disk_type(int type);
 // Names of the set PD_CAP_* bits; unnamed bits as "0x..".
 std::vector<std::string> disk_capabilities(unsigned caps);

@@ -1,0 +1,67 @@
+// ATA SMART pages, decoded apart from any transport so that saved pages read the same as
+// a live disk: SMART READ DATA (30 attribute slots, self-test state, polling times),
+// SMART READ THRESHOLDS, and the verdict of SMART RETURN STATUS from the sense data that
+// ATA PASS-THROUGH returns with the registers.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+
+#include "disk_sys/smart_reading.h"
+
+namespace bayhal {
+
+constexpr size_t kAtaSmartPageSize = 512;
+constexpr int kAtaSmartSlots = 30;
+
+// The raw value of an attribute from its six raw bytes (little-endian, 48 bits). For
+// attribute 194 only the low 16 bits count: the other bytes of a temperature hold its
+// minimum and maximum.
+inline uint64_t smart_get_raw_val(unsigned id, const uint8_t* raw6) {
+  uint64_t low = raw6[0] | (uint64_t{raw6[1]} << 8);
+  if (id == 194) return low;
+  return low | (uint64_t{raw6[2]} << 16) | (uint64_t{raw6[3]} << 24) | (uint64_t{raw6[4]} << 32) |
+         (uint64_t{raw6[5]} << 40);
+}
+
+// True when the page's bytes sum to 0 modulo 256 (its last byte is the checksum).
+bool ata_smart_checksum_ok(const uint8_t* page, size_t len);
+
+// The attributes of a SMART READ DATA page straight into `list` (room for
+// min(list_size, 30) entries): the slots whose index is below `list_size` (slots, not
+// entries, are counted) and whose id is not 0, named in `kind`. The number written, or -1
+// when the page is shorter than 512 bytes.
+int ata_smart_decode_slots(const uint8_t* page, size_t len, int list_size, int kind,
+                           PD_SMART_ATTR* list);
+// Sets `list[0..n)`'s thresholds from the slot of a READ THRESHOLDS page with the same id (0
+// when none lists it). False when the page is short.
+bool ata_smart_decode_thresholds(const uint8_t* page, size_t len, PD_SMART_ATTR* list, int n);
+// The self-test status, progress and polling times, temperature and checksum of a data page
+// (of at least 512 bytes) into `out`, attributes aside.
+void ata_smart_decode_state(const uint8_t* page, const PD_SMART_ATTR* list, int n, SmartReading& out);
+
+// The same into a SmartReading: adds the attributes of a SMART READ DATA page: the slots whose index is below
+// `list_size` (slots, not entries, are counted) and whose id is not 0, named in `kind`;
+// sets the self-test status, progress, polling times, temperature and checksum_ok.
+// False when the page is shorter than 512 bytes.
+bool ata_smart_parse_data(const uint8_t* page, size_t len, int list_size, int kind,
+                          SmartReading& out);
+// Sets each entry's threshold from the slot of a SMART READ THRESHOLDS page with the same
+// id (0 when none lists it). False when the page is short.
+bool ata_smart_apply_thresholds(const uint8_t* page, size_t len, SmartReading& out);
+
+// Whether a drive with these attributes reports its threshold exceeded, by the ATA rule: a
+// pre-failure attribute (flags bit 0) whose value has fallen to its threshold; threshold 00h
+// never trips, FFh always does. What RETURN STATUS says of the pages when only they are
+// at hand.
+bool ata_smart_threshold_exceeded(const SmartReading& r);
+
+// The verdict of SMART RETURN STATUS from its sense data: 0 passed, 1 threshold exceeded,
+// -1 anything else (fixed-format sense, a length that does not add up, another descriptor,
+// an extended or aborted return, other register values).
+int ata_smart_status_from_sense(const uint8_t* sense, size_t sense_len);
+
+// The power mode CHECK POWER MODE returned in its sense data (the count register): 0 in
+// standby (spun down), 1 active or idle, -1 when there is no ATA Status Return descriptor.
+int ata_power_mode_from_sense(const uint8_t* sense, size_t sense_len);
+
+}  // namespace bayhal

@@ -1,0 +1,1 @@
+bayhal_add_fuzz(fuzz_health_logs health_logs_fuzz.cpp)

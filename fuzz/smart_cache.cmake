@@ -1,0 +1,1 @@
+bayhal_add_fuzz(fuzz_smart_cache smart_cache_fuzz.cpp)

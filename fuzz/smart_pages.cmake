@@ -1,0 +1,1 @@
+bayhal_add_fuzz(fuzz_smart_pages smart_pages_fuzz.cpp)

@@ -95,6 +95,25 @@ hal sed status 0/5 --json
 echo "the SED event log (no password in it):"
 cat "$root/var/log/sedutil.log"
 
+step "disk health: SATA disks answer with real drives' captured SMART pages; bay 1 is healthy, bay 3 failing"
+hal smart 0/1
+hal smart 0/3
+
+step "a sleeping disk is never woken: bay 2 spins down, and its reading is the last one, with its age"
+hal smart 0/2 >/dev/null
+halsim spin root/2 down
+hal smart 0/2
+halsim spin root/2 up
+
+step "a self-test, the warning policy, SAS and NVMe health from their own log pages"
+hal smart test 0/4 short
+hal smart 0/4 --json | grep -A5 '"self_test"'
+hal smart policy
+hal smart "$unit/1"
+hal smart root_cache/1
+echo "saved pages decode on their own (a failing drive's):"
+hal smart --from-pages tests/data/external/libblockdev-smart-dumps/pages WDC_WD20EARS-00MVWB0 | head -12
+
 step "what the library ran, as the stand-ins recorded it"
 for p in udevadm pd_attach pd_detach; do
   printf '%s: %s calls, last: %s\n' "$p" "$(wc -l <"$root/calls/$p.log" 2>/dev/null || echo 0)" \

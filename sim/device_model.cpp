@@ -23,6 +23,12 @@ int ModelTransport::commands(std::string_view device) const {
   return it == counts_.end() ? 0 : it->second;
 }
 
+std::shared_ptr<DeviceModel> ModelTransport::model(std::string_view device) const {
+  std::lock_guard lock(mu_);
+  auto it = models_.find(device);
+  return it == models_.end() ? nullptr : it->second;
+}
+
 int ModelTransport::submit(std::string_view device, DeviceCommand& cmd) {
   std::shared_ptr<DeviceModel> model;
   {

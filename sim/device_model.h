@@ -64,6 +64,8 @@ class ModelTransport : public DeviceTransport {
   void remove(std::string_view device);
   // Commands delivered to `device` so far.
   int commands(std::string_view device) const;
+  // The model answering for `device`, or nullptr.
+  std::shared_ptr<DeviceModel> model(std::string_view device) const;
   // -ENODEV for a node no model answers for (as opening a missing node would fail).
   int submit(std::string_view device, DeviceCommand& cmd) override;
 

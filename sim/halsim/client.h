@@ -29,8 +29,8 @@ class Client {
   // when refused or unreachable. `ok` is false when the library's call failed.
   std::optional<nlohmann::ordered_json> hotplug(bool insert, const std::string& target, const std::string& disk,
                                         std::string& error, bool& ok) const;
-  // A board request ("board", "board log N", "board clear", "press BUTTON", "release
-  // BUTTON"): the daemon's answer, or nullopt with `error` when refused or unreachable.
+  // A board or disk request ("board", "board log N", "board clear", "press BUTTON", "release
+  // BUTTON", "spin BAY down|up"): the daemon's answer, or nullopt with `error` when refused or unreachable.
   std::optional<nlohmann::ordered_json> board(const std::string& text, std::string& error) const;
 
  private:

@@ -1,6 +1,6 @@
 // halsim's control messages: "status", "insert BAY [DISK]", "insert UNIT", "remove BAY",
 // "remove UNIT", "board", "board log [N]", "board clear", "press BUTTON", "release BUTTON",
-// "stop", with bays as the scenario spells them ("root/3", "jbod/5"). Replies are JSON
+// "spin BAY down|up", "stop", with bays as the scenario spells them ("root/3", "jbod/5"). Replies are JSON
 // objects (docs/halsim.md).
 #include <sstream>
 
@@ -59,6 +59,16 @@ json hotplug(Machine& m, const std::vector<std::string>& w, bool insert, bool& o
   return j;
 }
 
+// "spin BAY down|up": the disk's spindle, as its own power management would leave it.
+json spin(const Machine& m, DeviceModels& models, const std::string& bay, bool down, bool& ok) {
+  auto v = m.visible().find(bay);
+  if (v == m.visible().end()) return ok = false, json{{"error", "bay " + bay + " holds no disk the kernel sees"}};
+  auto s = models.spindle(v->second, down);
+  if (!s) return ok = false, json{{"error", "the disk in bay " + bay + " has no spindle to spin down"}};
+  return {{"bay", bay}, {"pd_sys_id", v->second.pd_sys_id}, {"standby", s->standby},
+          {"commands", s->commands}, {"wakeups", s->wakeups}};
+}
+
 // "board": the chips' state; "board log [N]": the last N port accesses (default 10000);
 // "board clear": forget the accesses logged so far.
 json board_control(BoardModels& board, const std::vector<std::string>& w, bool& ok) {
@@ -102,6 +112,8 @@ std::string Daemon::control(const std::string& text, bool& ok, bool& stop) {
       } else {
         reply = {{"button", w[1]}, {"pressed", w[0] == "press"}};
       }
+    } else if (w.size() == 3 && w[0] == "spin" && (w[2] == "down" || w[2] == "up")) {
+      reply = spin(machine_, models_, w[1], w[2] == "down", ok);
     } else if (w.size() == 1 && w[0] == "stop") {
       stop = true;
       reply = json::object();

@@ -4,6 +4,7 @@
 // written: each is built from its own scenario sections and answers for its own nodes.
 #pragma once
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "sim/device_model.h"
@@ -23,6 +24,14 @@ class DeviceModels {
   // The transport's answer for `device`: 0, or -ENODEV for a node nothing answers for.
   int submit(std::string_view device, DeviceCommand& cmd) { return models_.submit(device, cmd); }
   int commands(std::string_view device) const { return models_.commands(device); }
+  // A rotating disk's spindle: spun down to standby, or up (`standby` empty: left as it
+  // is). The commands its nodes received and the times a command had to wake it; nullopt
+  // for a disk without one (solid state, NVMe, behind a USB bridge).
+  struct Spindle {
+    bool standby;
+    int commands, wakeups;
+  };
+  std::optional<Spindle> spindle(const PluggedDisk& pd, std::optional<bool> standby);
 
  private:
   const Scenario& sc_;

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <iostream>
 
+#include "sim/halsim/bay_names.h"
 #include "sim/halsim/client.h"
 #include "sim/halsim/daemon.h"
 #include "sim/halsim/root_writer.h"
@@ -223,6 +224,21 @@ void press(Run& ctx, const std::string& root_arg, const std::string& button, boo
   ctx.emit(*j, button + (down ? " pressed" : " released"));
 }
 
+// Spins a disk down to standby or up again, as its own power management would.
+void spin(Run& ctx, const std::string& root_arg, const std::string& target, const std::string& how) {
+  if (how != "down" && how != "up") return ctx.usage("bad spin '" + how + "': expected down or up");
+  std::string root = use_root(ctx, root_arg, false), error;
+  if (root.empty()) return;
+  Client client(root);
+  auto st = client.status(error);
+  auto name = st ? control_target(*st, target, error) : std::nullopt;
+  auto j = name ? client.board("spin " + *name + " " + how, error) : std::nullopt;
+  if (!j) return ctx.fail(error);
+  ctx.emit(*j, "disk in bay " + *name + (j->value("standby", false) ? ": in standby" : ": spinning") + " (" +
+                   std::to_string(j->value("commands", 0)) + " commands received, woken " +
+                   std::to_string(j->value("wakeups", 0)) + " times by one)");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -259,6 +275,11 @@ int main(int argc, char** argv) {
                                                            : "let a front-panel button go", "button",
                     [&, down] { press(ctx, root, button, down); })
         ->add_option("button", button, "usb_copy or reset")->required();
+  std::string spin_bay, spin_how;
+  CLI::App* spin_cmd = ctx.add_command(&app, "spin", "spin a disk down to standby or up again", "spin",
+                                       [&] { spin(ctx, root, spin_bay, spin_how); });
+  spin_cmd->add_option("bay", spin_bay, "BAY (root/3, 0/3, jbod/5)")->required();
+  spin_cmd->add_option("how", spin_how, "down or up")->required();
   app.footer(kFooter);  // after the commands, which would otherwise repeat it
   return ctx.execute(app);
 }

@@ -73,6 +73,13 @@ struct Disk {
   int form = 2;          // 2 3.5", 3 2.5", 7 M.2
   bool sed = false;      // a self-encrypting drive (TCG Opal)
   std::string psid;      // its PSID label; empty: derived from the serial
+  // Health: captured SMART pages (SATA and USB disks: "<smart_pages>.smart_data.bin" and
+  // ".smart_thresholds.bin", relative to the scenario file), a disk that predicts its own
+  // failure, its temperature in °C (-1: the model's own).
+  std::string smart_pages;
+  std::vector<uint8_t> smart_data, smart_thresholds;
+  bool failing = false;
+  int temperature = -1;
 };
 
 // An embedded controller board ([ec]): SIO_DEVICE "IT8528". Temperatures in degrees, fans
@@ -140,7 +147,7 @@ struct Scenario {
 
 // Parses scenario text; on failure nullopt and a one-line `error` naming the line.
 std::optional<Scenario> parse_scenario(std::string_view text, std::string& error);
-// Reads a scenario file (a host path, never re-rooted).
+// Reads a scenario file (a host path, never re-rooted) and the SMART pages its disks name.
 std::optional<Scenario> load_scenario(const std::string& path, std::string& error);
 
 // Whether a disk of this kind can sit in that slot.

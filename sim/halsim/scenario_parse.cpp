@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <functional>
 #include <map>
 #include <set>
@@ -222,13 +223,18 @@ bool read_disk(const RawSection& s, std::string name, Scenario& sc, std::string&
     else if (k == "psid") {
       if (v.size() < 8 || v.size() > 64) r.fail("psid '" + v + "' is not 8 to 64 characters");
       d.psid = v;
-    } else return false;
+    } else if (k == "smart_pages") d.smart_pages = v;
+    else if (k == "failing") r.boolean(k, v, d.failing);
+    else if (k == "temperature") r.integer(k, v, d.temperature, 0, 120);
+    else return false;
     return true;
   });
   if (!ok) return false;
   if (!typed) return r.fail("type is missing"), false;
   if (d.model.empty() || d.serial.empty() || d.sectors == 0)
     return r.fail("model, serial and size are required"), false;
+  if (!d.smart_pages.empty() && d.kind != DiskKind::sata && d.kind != DiskKind::usb)
+    return r.fail("smart_pages are ATA pages: for sata and usb disks"), false;
   sc.disks.push_back(std::move(d));
   return true;
 }
@@ -360,6 +366,29 @@ std::optional<Scenario> parse_scenario(std::string_view text, std::string& error
   return sc;
 }
 
+namespace {
+
+// A saved SMART page: 512 bytes.
+bool read_page(const std::string& file, std::vector<uint8_t>& out, std::string& error) {
+  std::ifstream in(file, std::ios::binary);
+  if (!in) {
+    error = "smart_pages: " + file + ": " + std::strerror(errno);
+    return false;
+  }
+  out.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  if (out.size() == 512) return true;
+  error = "smart_pages: " + file + ": " + std::to_string(out.size()) + " bytes, not a 512-byte page";
+  return false;
+}
+
+bool load_pages(const std::string& dir, Disk& d, std::string& error) {
+  std::string base = d.smart_pages[0] == '/' ? d.smart_pages : dir + "/" + d.smart_pages;
+  return read_page(base + ".smart_data.bin", d.smart_data, error) &&
+         read_page(base + ".smart_thresholds.bin", d.smart_thresholds, error);
+}
+
+}  // namespace
+
 std::optional<Scenario> load_scenario(const std::string& path, std::string& error) {
   std::ifstream in(path, std::ios::binary);
   if (!in) {
@@ -369,7 +398,16 @@ std::optional<Scenario> load_scenario(const std::string& path, std::string& erro
   std::ostringstream text;
   text << in.rdbuf();
   auto sc = parse_scenario(text.str(), error);
-  if (!sc) error = path + ": " + error;
+  if (!sc) {
+    error = path + ": " + error;
+    return std::nullopt;
+  }
+  std::string dir = path.find('/') == std::string::npos ? "." : path.substr(0, path.rfind('/'));
+  for (Disk& d : sc->disks)
+    if (!d.smart_pages.empty() && !load_pages(dir, d, error)) {
+      error = path + ": [disk " + d.name + "]: " + error;
+      return std::nullopt;
+    }
   return sc;
 }
 

@@ -227,6 +227,8 @@ TEST_F(Appliance, RestartWithTheSameRootKeepsThePersistentIds) {
     text = s.str() + kTwoUnits;
   }
   root.write("/scenario.ini", text);
+  // The sample's SMART pages are named relative to the scenario file.
+  root.symlink(kSampleScenario.substr(0, kSampleScenario.rfind('/')) + "/smart", "/smart");
   start(root.path("/scenario.ini"));
   boot();
   int first = enc_id(kUnit), second = enc_id("5000ccab0300a000");

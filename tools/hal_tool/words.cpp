@@ -29,6 +29,13 @@ std::vector<std::string> bit_names(uint32_t value, const std::pair<uint32_t, con
   return out;
 }
 
+template <size_t N>
+std::string word_of(int code, const std::pair<int, const char*> (&words)[N], const char* other) {
+  for (auto [c, w] : words)
+    if (c == code) return w;
+  return other;
+}
+
 }  // namespace
 
 std::optional<LinkSpeed> link_speed(int code) {
@@ -102,6 +109,35 @@ std::vector<std::string> enc_capabilities(uint32_t caps) {
       {SE_CAP_MONITOR_ARG, "monitor_flag"}, {SE_CAP_CACHE, "cache"},
       {SE_CAP_INTERNAL, "internal"}};
   return bit_names(caps, kNames);
+}
+
+std::string smart_verdict(int verdict) {
+  static constexpr std::pair<int, const char*> kWords[] = {
+      {PD_SMART_VERDICT_GOOD, "good"}, {PD_SMART_VERDICT_WARNING, "warning"},
+      {PD_SMART_VERDICT_ERROR, "error"}};
+  return word_of(verdict, kWords, "unknown");
+}
+
+std::string self_test_status(int status) {
+  static constexpr std::pair<int, const char*> kWords[] = {
+      {0, "completed without error"}, {1, "aborted by the host"}, {2, "interrupted by a reset"},
+      {3, "fatal error"}, {4, "failed (unknown element)"}, {5, "failed (electrical element)"},
+      {6, "failed (servo element)"}, {7, "failed (read element)"}, {8, "failed (handling damage)"},
+      {15, "in progress"}};
+  return word_of(status, kWords, "unknown");
+}
+
+std::string self_test_mode(int mode) {
+  static constexpr std::pair<int, const char*> kWords[] = {
+      {PD_SELF_TEST_SHORT, "short"}, {PD_SELF_TEST_EXTENDED, "extended"}, {PD_SELF_TEST_ABORT, "abort"}};
+  return word_of(mode, kWords, "");
+}
+
+std::vector<std::string> smart_warnings(int bits) {
+  static constexpr std::pair<uint32_t, const char*> kNames[] = {
+      {PD_SMART_WARN_5, "5"},     {PD_SMART_WARN_187, "187"}, {PD_SMART_WARN_188, "188"},
+      {PD_SMART_WARN_197, "197"}, {PD_SMART_WARN_198, "198"}, {PD_SMART_WARN_TEMPERATURE, "temperature"}};
+  return bit_names(static_cast<uint32_t>(bits), kNames);
 }
 
 }  // namespace hal_tool

@@ -26,4 +26,13 @@ std::string enc_protocol(int protocol);
 // Names of the set SE_CAP_* bits; unnamed bits as "0x..".
 std::vector<std::string> enc_capabilities(uint32_t caps);
 
+// A SMART verdict (PD_SMART_VERDICT_*): "good", "warning", "error"; "unknown" otherwise.
+std::string smart_verdict(int verdict);
+// A self-test status code: "completed without error", ..., "in progress"; "unknown" for -1.
+std::string self_test_status(int status);
+// A self-test mode (PD_SELF_TEST_*): "short", "extended", "abort"; "" for other codes.
+std::string self_test_mode(int mode);
+// Names of the set PD_SMART_WARN_* bits ("197", "temperature").
+std::vector<std::string> smart_warnings(int bits);
+
 }  // namespace hal_tool

@@ -105,6 +105,26 @@ BAYHAL_TOOL_API int bayhal_tool_sio_chip_id(unsigned *id);
 BAYHAL_TOOL_API int bayhal_tool_sio_gpio(int pin, int set, int *value);
 BAYHAL_TOOL_API int bayhal_tool_sio_blink(int pin, int engine);
 
+/* SMART pages decoded on their own, as the device path decodes a live disk's: a SMART READ
+   DATA page and its READ THRESHOLDS page (512 bytes each) into up to `size` entries. The
+   verdict is what RETURN STATUS would say of these attributes (0 passed, 1 threshold
+   exceeded). The number of entries, or -1 when a page is shorter than 512 bytes. */
+typedef struct {
+  int verdict, temperature, test_status, test_progress, short_minutes, extended_minutes;
+  int checksum_ok, thresholds_checksum_ok;
+} BAYHAL_TOOL_SMART_PAGES;
+BAYHAL_TOOL_API int bayhal_tool_smart_decode(const unsigned char *data, int data_len,
+                                             const unsigned char *thresholds, int thresholds_len,
+                                             PD_SMART_ATTR *list, int size,
+                                             BAYHAL_TOOL_SMART_PAGES *out);
+/* The identity in an IDENTIFY DEVICE page: 0, or -1 when it is not one. */
+typedef struct {
+  char model[41], serial[21], firmware[9];
+  int rotation; /* rpm, 0 solid state, -1 not reported */
+} BAYHAL_TOOL_ATA_IDENTITY;
+BAYHAL_TOOL_API int bayhal_tool_ata_identity(const unsigned char *page, int len,
+                                             BAYHAL_TOOL_ATA_IDENTITY *out);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,6 +1,6 @@
 // ATA SMART pages and pass-through sense from a drive or a saved file: the first byte picks
-// the slot bound, then a SMART READ DATA page, a READ THRESHOLDS page and sense data, each
-// of whatever length arrived.
+// the slot bound and the name kind, then a SMART READ DATA page, a READ THRESHOLDS page and
+// sense data, each of whatever length arrived.
 #include <cstddef>
 #include <cstdint>
 
@@ -9,11 +9,12 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
   int slots = data[0] % 40;
+  int kind = data[0] >> 6;  // name kinds 0 to 3
   ++data, --size;
   size_t page = size < 512 ? size : 512;
   size_t thresholds = size - page < 512 ? size - page : 512;
   bayhal::SmartReading r;
-  if (bayhal::ata_smart_parse_data(data, page, slots, data[0] & 3, r)) {
+  if (bayhal::ata_smart_parse_data(data, page, slots, kind, r)) {
     bayhal::ata_smart_apply_thresholds(data + page, thresholds, r);
     (void)bayhal::ata_smart_threshold_exceeded(r);
   }

@@ -54,10 +54,12 @@ class CacheLock {
 };
 
 // The file's text, in this thread's buffer: 1 read, 0 missing, -1 error (too large
-// included). A regular file gives all it has in one read.
+// included). A regular file gives all it has in one read. The read is the plain open (no
+// link as the file itself): what someone planted can at most be a wrong reading, which the
+// parser bounds, while every write and the lock go through the trusted resolution.
 int load(const std::string& path, std::string_view& text) {
   thread_local std::unique_ptr<char[]> buf(new char[kMaxCache + 1]);
-  UniqueFd fd = open_trusted(path.c_str(), O_RDONLY, 0);
+  UniqueFd fd(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
   if (!fd) return errno == ENOENT ? 0 : -1;
   ssize_t n;
   do n = ::read(fd.get(), buf.get(), kMaxCache + 1); while (n < 0 && errno == EINTR);

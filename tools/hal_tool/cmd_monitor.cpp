@@ -4,6 +4,7 @@
 //   hal_tool fan set INDEX|all LEVEL [--enc ENC]   a fan, or every configured fan, to a level
 //   hal_tool metrics [ENC]                  everything above in the OpenMetrics text format
 #include <cmath>
+#include <utility>
 
 #include "bayhal/HM.h"
 #include "tools/hal_tool/monitor_readings.h"
@@ -17,21 +18,30 @@ struct Args {
   std::string enc = "0", index, level;
 };
 
-std::optional<std::vector<Sensor>> sensors_of(Context& ctx, const Enclosure& e) {
-  auto s = read_sensors(e.id);
-  if (!s) ctx.fail("enclosure " + std::to_string(e.id) + " is not registered");
-  return s;
+struct Board {
+  int enc_id;
+  std::vector<Sensor> sensors;
+};
+
+// The enclosure the arguments name and every sensor of its board, or a failure already told.
+std::optional<Board> board_of(Context& ctx, const Args& a) {
+  auto e = enclosure_arg(ctx, a.enc);
+  if (!e) return std::nullopt;
+  auto s = read_sensors(e->id);
+  if (!s) {
+    ctx.fail("enclosure " + std::to_string(e->id) + " is not registered");
+    return std::nullopt;
+  }
+  return Board{e->id, std::move(*s)};
 }
 
 json reading(const Sensor& s, json value) { return s.rc == 0 ? value : json(); }
 
 void temp(Context& ctx, const Args& a) {
-  auto e = enclosure_arg(ctx, a.enc);
-  if (!e) return;
-  auto sensors = sensors_of(ctx, *e);
-  if (!sensors) return;
+  auto b = board_of(ctx, a);
+  if (!b) return;
   json rows = json::array();
-  for (const Sensor& s : *sensors) {
+  for (const Sensor& s : b->sensors) {
     if (s.kind != "temperature" && s.kind != "region") continue;
     rows.push_back({{"kind", s.kind},
                     {"index", s.index},
@@ -39,17 +49,15 @@ void temp(Context& ctx, const Args& a) {
                     {"celsius", reading(s, std::lround(s.celsius))},
                     {"ok", s.rc == 0}});
   }
-  ctx.emit(json{{"enclosure", e->id}, {"temperatures", rows}},
+  ctx.emit(json{{"enclosure", b->enc_id}, {"temperatures", rows}},
            table_of(rows, {"kind", "index", "name", "celsius", "ok"}));
 }
 
 void fan(Context& ctx, const Args& a) {
-  auto e = enclosure_arg(ctx, a.enc);
-  if (!e) return;
-  auto sensors = sensors_of(ctx, *e);
-  if (!sensors) return;
+  auto b = board_of(ctx, a);
+  if (!b) return;
   json rows = json::array();
-  for (const Sensor& s : *sensors) {
+  for (const Sensor& s : b->sensors) {
     if (s.kind != "fan") continue;
     rows.push_back({{"index", s.index},
                     {"name", s.name},
@@ -59,7 +67,7 @@ void fan(Context& ctx, const Args& a) {
                     {"level", s.pwm_rc == 0 && s.level >= 0 ? json(s.level) : json()},
                     {"ok", s.rc == 0}});
   }
-  ctx.emit(json{{"enclosure", e->id}, {"fans", rows}},
+  ctx.emit(json{{"enclosure", b->enc_id}, {"fans", rows}},
            table_of(rows, {"index", "name", "rpm", "fan_status", "pwm", "level"}));
 }
 
@@ -78,12 +86,10 @@ void fan_set(Context& ctx, const Args& a) {
 }
 
 void metrics(Context& ctx, const Args& a) {
-  auto e = enclosure_arg(ctx, a.enc);
-  if (!e) return;
-  auto sensors = sensors_of(ctx, *e);
-  if (!sensors) return;
-  std::string text = openmetrics(e->id, *sensors);
-  ctx.emit(json{{"enclosure", e->id}, {"openmetrics", text}}, text.substr(0, text.size() - 1));
+  auto b = board_of(ctx, a);
+  if (!b) return;
+  std::string text = openmetrics(b->enc_id, b->sensors);
+  ctx.emit(json{{"enclosure", b->enc_id}, {"openmetrics", text}}, text.substr(0, text.size() - 1));
 }
 
 void add_monitor(CLI::App& app, Context& ctx) {

@@ -113,6 +113,8 @@ hal smart "$unit/1"
 hal smart root_cache/1
 echo "saved pages decode on their own (a failing drive's):"
 hal smart --from-pages tests/data/external/libblockdev-smart-dumps/pages WDC_WD20EARS-00MVWB0 | head -12
+echo "the disks' health in the metrics export, from the cache (no disk is asked):"
+hal metrics | grep -E '^bayhal_disk_(smart_verdict|temperature_celsius|smart_warning.*} 1)'
 
 step "what the library ran, as the stand-ins recorded it"
 for p in udevadm pd_attach pd_detach; do

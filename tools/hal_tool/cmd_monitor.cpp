@@ -2,7 +2,8 @@
 //   hal_tool temp [ENC]                     temperatures and region averages
 //   hal_tool fan [ENC]                      fans: speed, status, PWM and level
 //   hal_tool fan set INDEX|all LEVEL [--enc ENC]   a fan, or every configured fan, to a level
-//   hal_tool metrics [ENC]                  everything above in the OpenMetrics text format
+//   hal_tool metrics [ENC]                  everything above and the disks' cached SMART health
+//                                           in the OpenMetrics text format
 #include <cmath>
 #include <utility>
 
@@ -88,7 +89,7 @@ void fan_set(Context& ctx, const Args& a) {
 void metrics(Context& ctx, const Args& a) {
   auto b = board_of(ctx, a);
   if (!b) return;
-  std::string text = openmetrics(b->enc_id, b->sensors);
+  std::string text = openmetrics(b->enc_id, b->sensors, read_disk_health(b->enc_id));
   ctx.emit(json{{"enclosure", b->enc_id}, {"openmetrics", text}}, text.substr(0, text.size() - 1));
 }
 
@@ -105,7 +106,7 @@ void add_monitor(CLI::App& app, Context& ctx) {
   set->add_option("index", args.index, "fan index or all")->required();
   set->add_option("level", args.level, "level 0-8")->required();
   set->add_option("--enc", args.enc, "enclosure (default 0)")->type_name("ENC");
-  CLI::App* m = ctx.add_command(&app, "metrics", "every reading of the monitor in the OpenMetrics text format",
+  CLI::App* m = ctx.add_command(&app, "metrics", "every reading of the monitor and the disks' cached SMART health in the OpenMetrics text format",
                                 "metrics", [&ctx] { metrics(ctx, args); });
   m->add_option("enc", args.enc, "enclosure (default 0)");
 }

@@ -159,9 +159,8 @@ struct PolicyEdits {
 };
 
 int policy_index(unsigned id) {
-  static constexpr unsigned kIds[PD_SMART_WARNING_ATTRS] = {5, 187, 188, 197, 198};
   for (int i = 0; i < PD_SMART_WARNING_ATTRS; ++i)
-    if (kIds[i] == id) return i;
+    if (kSmartWarningIds[i] == id) return i;
   return -1;
 }
 
@@ -197,9 +196,8 @@ void policy(Context& ctx, const PolicyEdits& e) {
     if (PD_SMART_WARNING_SET_CONF(&c) != 0) return ctx.fail("smart policy: cannot write the warning policy" + log_hint());
   }
   json attrs = json::array();
-  static constexpr unsigned kIds[PD_SMART_WARNING_ATTRS] = {5, 187, 188, 197, 198};
   for (int i = 0; i < PD_SMART_WARNING_ATTRS; ++i)
-    attrs.push_back({{"id", kIds[i]}, {"enable", c.attr[i].enable != 0}, {"value", c.attr[i].value}});
+    attrs.push_back({{"id", kSmartWarningIds[i]}, {"enable", c.attr[i].enable != 0}, {"value", c.attr[i].value}});
   json j{{"policy", c.policy}, {"escalate", c.policy != 0}, {"attributes", attrs}};
   ctx.emit(j, fields_of(json{{"policy", c.policy}, {"escalate", c.policy != 0}}));
   ctx.emit(j, "");

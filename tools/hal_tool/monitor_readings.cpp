@@ -1,8 +1,6 @@
 #include "tools/hal_tool/monitor_readings.h"
 
-#include <charconv>
-#include <cstdio>
-
+#include "tools/hal_tool/openmetrics_text.h"
 #include "tools/tool_api/bayhal_tool.h"
 
 namespace hal_tool {
@@ -11,18 +9,6 @@ namespace {
 void add(void* arg, const BAYHAL_TOOL_SENSOR* s) {
   static_cast<std::vector<Sensor>*>(arg)->push_back(
       {s->kind, s->name, s->index, s->rc, s->celsius, s->rpm, s->status, s->pwm_rc, s->pwm, s->level});
-}
-
-// A label value with backslash, quote and newline escaped.
-void escaped(std::string& out, const std::string& text) {
-  for (char c : text) {
-    if (c == '\\' || c == '"') out += '\\';
-    if (c == '\n') {
-      out += "\\n";
-      continue;
-    }
-    out += c;
-  }
 }
 
 struct Family {
@@ -56,28 +42,8 @@ void labels(std::string& out, const std::string& enc, const Sensor& s, const cha
   out += "{enclosure=\"" + enc + "\"";
   if (kind != nullptr) out += std::string(",kind=\"") + kind + "\"";
   out += ",index=\"" + std::to_string(s.index) + "\",name=\"";
-  escaped(out, s.name);
+  om_escaped(out, s.name);
   out += "\"}";
-}
-
-// Whole numbers (every reading is one) without the cost of floating-point formatting.
-void number(std::string& out, double v) {
-  char buf[32];
-  if (auto whole = static_cast<long long>(v); whole == v) {
-    buf[0] = ' ';
-    char* end = std::to_chars(buf + 1, buf + sizeof buf - 1, whole).ptr;
-    *end++ = '\n';
-    out.append(buf, static_cast<size_t>(end - buf));
-    return;
-  }
-  std::snprintf(buf, sizeof buf, " %.15g\n", v);
-  out += buf;
-}
-
-void header(std::string& out, const char* name, const char* unit, const char* help) {
-  out += std::string("# TYPE ") + name + " gauge\n";
-  if (unit != nullptr) out += std::string("# UNIT ") + name + " " + unit + "\n";
-  out += std::string("# HELP ") + name + " " + help + "\n";
 }
 
 }  // namespace
@@ -88,31 +54,33 @@ std::optional<std::vector<Sensor>> read_sensors(int enc_id) {
   return out;
 }
 
-std::string openmetrics(int enc_id, const std::vector<Sensor>& sensors) {
+std::string openmetrics(int enc_id, const std::vector<Sensor>& sensors,
+                        const std::vector<DiskHealth>& disks) {
   std::string out, enc = std::to_string(enc_id);
   out.reserve(256 + sensors.size() * 160);
   for (const Family& f : kFamilies) {
-    header(out, f.name, f.unit, f.help);
+    om_header(out, f.name, f.unit, f.help);
     for (const Sensor& s : sensors) {
       double v = 0;
       if (s.kind != f.kind || !f.value(s, v)) continue;
       out += f.name;
       labels(out, enc, s);
-      number(out, v);
+      om_value(out, v);
     }
   }
-  header(out, "bayhal_sensor_up", nullptr,
-         "1 when the sensor was read, 0 when reading it failed (kind fan_pwm: the fan's PWM).");
+  om_header(out, "bayhal_sensor_up", nullptr,
+            "1 when the sensor was read, 0 when reading it failed (kind fan_pwm: the fan's PWM).");
   for (const Sensor& s : sensors) {
     out += "bayhal_sensor_up";
     labels(out, enc, s, s.kind.c_str());
-    number(out, s.rc == 0 ? 1 : 0);
+    om_value(out, s.rc == 0 ? 1 : 0);
     if (s.kind == "fan" && s.index != 10 && s.index != 11) {
       out += "bayhal_sensor_up";
       labels(out, enc, s, "fan_pwm");
-      number(out, s.pwm_rc == 0 ? 1 : 0);
+      om_value(out, s.pwm_rc == 0 ? 1 : 0);
     }
   }
+  disk_openmetrics(out, enc, disks);
   out += "# EOF\n";
   return out;
 }

@@ -1,9 +1,11 @@
 // The hardware monitor's readings of one enclosure (bayhal_tool_monitor), shared by hal_tool
-// temp, fan and metrics, and the OpenMetrics text of them.
+// temp, fan and metrics, and the OpenMetrics text of them with the disks' health.
 #pragma once
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "tools/hal_tool/disk_metrics.h"
 
 namespace hal_tool {
 
@@ -21,7 +23,8 @@ std::optional<std::vector<Sensor>> read_sensors(int enc_id);
 
 // The OpenMetrics exposition (text format 1.0.0): one gauge family per kind, labels
 // enclosure, index and name, nothing for a sensor that failed, bayhal_sensor_up for every
-// sensor, "# EOF" last.
-std::string openmetrics(int enc_id, const std::vector<Sensor>& sensors);
+// sensor, then the disks' families (disk_metrics.h), "# EOF" last.
+std::string openmetrics(int enc_id, const std::vector<Sensor>& sensors,
+                        const std::vector<DiskHealth>& disks = {});
 
 }  // namespace hal_tool

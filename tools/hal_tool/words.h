@@ -34,5 +34,8 @@ std::string self_test_status(int status);
 std::string self_test_mode(int mode);
 // Names of the set PD_SMART_WARN_* bits ("197", "temperature").
 std::vector<std::string> smart_warnings(int bits);
+// The warning policy's attributes in its order: PD_SMART_WARN_* bit i is attribute
+// kSmartWarningIds[i], bit 5 the temperature.
+inline constexpr unsigned kSmartWarningIds[] = {5, 187, 188, 197, 198};
 
 }  // namespace hal_tool

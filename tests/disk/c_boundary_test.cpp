@@ -15,7 +15,7 @@
 namespace bayhal::test {
 namespace {
 
-struct ThrowingDisks : FakeBackend {
+struct ThrowingDisks : FakeDiskBackend {
   int getinfo(const char*, const char*, PD_INFO*) override { throw std::runtime_error("boom"); }
 };
 struct ThrowingLink : DiskRegistryLink {

@@ -5,9 +5,6 @@
 
 #include "bayhal/Ini_Conf.h"
 #include "disk/pd_fields.h"
-#include "disk_sys/pd_sys.h"
-#include "disk_sys/pd_sys_devno.h"
-#include "disk_sys/pd_sys_smart.h"
 
 namespace bayhal::test {
 
@@ -58,132 +55,40 @@ void set_wwn(PD_INFO& info, std::vector<unsigned char> bytes) {
   info.capabilities |= PD_CAP_WWN;
 }
 
-int FakeBackend::getinfo(const char*, const char* pd_sys_id, PD_INFO* info) {
+int FakeDiskBackend::getinfo(const char*, const char* pd_sys_id, PD_INFO* info) {
   ++getinfo_calls;
-  if (auto r = getinfo_result.find(pd_sys_id); r != getinfo_result.end()) return r->second;
   auto it = disks.find(pd_sys_id);
   if (it == disks.end()) return -1;
   *info = it->second;
   return 0;
 }
 
-int FakeBackend::enumerate(const char* enc_sys_id, char** list, int max) {
-  auto it = members.find(enc_sys_id);
-  if (it == members.end()) return 0;
-  int n = 0;
-  for (const std::string& id : it->second) {
-    if (n < max) list[n] = ::strdup(id.c_str());
-    ++n;
-  }
-  return n;
-}
-
-int FakeBackend::sys_id_by_sys_name(const char* sys_name, char* sys_id, int size) {
+int FakeDiskBackend::sys_id_by_sys_name(const char* sys_name, char* sys_id, int size) {
   auto it = names.find(sys_name);
   if (it == names.end() || size <= 0) return -1;
   std::snprintf(sys_id, static_cast<size_t>(size), "%s", it->second.c_str());
   return 0;
 }
 
-int FakeBackend::boot_disk(char* name, int size) {
+int FakeDiskBackend::boot_disk(char* name, int size) {
   if (boot.empty() || size <= 0) return -1;
   std::snprintf(name, static_cast<size_t>(size), "%s", boot.c_str());
   return 0;
 }
 
-int FakeBackend::attached_behind_sas(const char* bus_name) {
+int FakeDiskBackend::attached_behind_sas(const char* bus_name) {
   auto it = behind_sas.find(bus_name);
   return it == behind_sas.end() ? -1 : it->second;
 }
 
-int FakeBackend::attached_to_sas_hba_directly(const char* bus_name) {
+int FakeDiskBackend::attached_to_sas_hba_directly(const char* bus_name) {
   auto it = behind_sas.find(bus_name);
   return it == behind_sas.end() ? -1 : 1 - it->second;
 }
 
-int FakeBackend::check_rw_access(const char* enc_sys_id, const char* pd_sys_id,
-                                 const PD_INFO* info) {
-  return pd_sys_check_rw_access(enc_sys_id, pd_sys_id, info);
-}
-int FakeBackend::set_device_queue(const char* sys_name) {
-  return pd_sys_set_device_queue(sys_name);
-}
-int FakeBackend::set_io_latency(const char* sys_name, int latency_ms) {
-  return pd_sys_set_io_latency(sys_name, latency_ms);
-}
-int FakeBackend::queue_depth(const char* sys_name) { return pd_sys_get_queue_depth(sys_name); }
-int FakeBackend::set_queue_depth(const char* sys_name, int depth) {
-  return pd_sys_set_queue_depth(sys_name, depth);
-}
-int FakeBackend::sed_command(const char* const* args, std::span<char> out, size_t* out_len) {
-  return pd_sys_sed_command(args, out, out_len);
-}
-std::string FakeBackend::dev_name(int major, int minor) { return pd_sys_dev_name_of(major, minor); }
-bool FakeBackend::dev_no(std::string_view name, int* major, int* minor) {
-  return pd_sys_dev_no_of(name, major, minor);
-}
-std::vector<std::string> FakeBackend::block_devices() { return pd_sys_block_devices(); }
-bool FakeBackend::device_present(const char* dev) { return pd_sys_device_present(dev); }
-void FakeBackend::reload_usb_host() { pd_sys_reload_usb_host(); }
-
-int FakeBackend::power_mode(int type, const char* pd_sys_id) {
-  return pd_sys_health_power_mode(type, pd_sys_id);
-}
-int FakeBackend::health_read(int type, const char* enc_sys_id, const char* pd_sys_id, int size,
-                             SmartReading& out) {
-  return pd_sys_health_read(type, enc_sys_id, pd_sys_id, size, out);
-}
-int FakeBackend::self_test(int type, const char* enc_sys_id, const char* pd_sys_id, int mode) {
-  return pd_sys_health_self_test(type, enc_sys_id, pd_sys_id, mode);
-}
-int FakeBackend::sr_mode(int, int port_id) {
+int FakeDiskBackend::sr_mode(int, int port_id) {
   auto it = sr_modes.find(port_id);
   return it == sr_modes.end() ? -1 : it->second;
-}
-
-int FakeBackend::mvs_card_position(const char*, int* pcie_slot, int* card_index) {
-  if (mvs_slot < 0) return -1;
-  *pcie_slot = mvs_slot;
-  *card_index = mvs_index;
-  return 0;
-}
-
-int FakeBackend::hzr_card_description(int, HzrCardDescription* out) {
-  if (card.minisas_port_count == 0) return -1;
-  *out = card;
-  return 0;
-}
-
-int FakeBackend::lookup_in_pcie_enclosure(int, const char*, int, int index, char* pd_sys_id,
-                                          int size) {
-  auto it = lanes.find(index);
-  if (it == lanes.end()) return -1;
-  std::snprintf(pd_sys_id, static_cast<size_t>(size), "%s", it->second.c_str());
-  return 0;
-}
-
-int FakeBackend::scan_ext_port(const char*, std::vector<std::pair<int, int>>* ports) {
-  if (ext_ports.empty()) return -1;
-  *ports = ext_ports;
-  return 0;
-}
-
-int RecordingRunner::shell(const std::string& line) {
-  lines.push_back(line);
-  return 0;
-}
-
-int RecordingRunner::shell_read(const std::string& line, std::string& output) {
-  lines.push_back(line);
-  output = read_output;
-  return 0;
-}
-
-int RecordingRunner::exec(const std::vector<std::string>& argv, std::string*) {
-  std::string line;
-  for (const std::string& a : argv) line += (line.empty() ? "" : " ") + a;
-  lines.push_back(line);
-  return 0;
 }
 
 int WaitingRunner::shell(const std::string& line) { return real_.shell(line + "\nwait"); }

@@ -20,53 +20,43 @@
 #include "foundation/clock.h"
 #include "ini/ini_store.h"
 #include "tests/disk/disk_fixture.h"
+#include "tests/enclosure/enc_fakes.h"
 #include "tests/support/child_process.h"
 
-namespace bayhal {
+namespace bayhal::test {
 namespace {
-
-using test::add_enclosure;
-using test::bit_of;
-using test::key_of;
-using test::make_disk;
 
 constexpr const char* kStore0 = "/etc/enclosure_0.conf";
 
 class PdAttach : public test::DiskTest {
  protected:
-  PdAttach() {
-    add_enclosure(0, "root", 8, 0, 0x80000000u);
-    set_runner(&recorder);
-  }
-  ~PdAttach() override { set_runner(nullptr); }
+  PdAttach() { add_enclosure(0, "root", 8, 0, 0x80000000u); }
 
   // A disk discovery finds in `port`, with kernel counters that show it answers I/O.
   PD_INFO& plug(const std::string& sys_id, int port, const std::string& serial,
                 int requests = 0x80, int done = 0x80) {
     PD_INFO d = make_disk(sys_id, serial, port);
-    std::string sg = "sg" + std::to_string(backend.disks.size() + 1);
-    disk::set_text(d.pd_ctrl_name, "/dev/" + sg);
-    counters(sg, requests, done);
+    std::string sg = "/sys/class/scsi_generic/sg" + std::to_string(backend.disks.size() + 1);
+    disk::set_text(d.pd_ctrl_name, "/dev/" + sg.substr(sg.rfind('/') + 1));
+    char text[16];
+    for (auto [file, n] : {std::pair{"iorequest_cnt", requests}, {"iodone_cnt", done}}) {
+      std::snprintf(text, sizeof text, "0x%x\n", n);
+      root.write(sg + "/device/" + file, text);
+    }
     root.write("/sys/block/" + sys_id + "/device/varn_param_latency", "0\n");
     root.write("/sys/block/" + sys_id + "/queue/max_sectors_kb", "1280\n");
     return backend.disks[sys_id] = d;
   }
-  void counters(const std::string& sg, int requests, int done) {
-    char req[16];
-    char dn[16];
-    std::snprintf(req, sizeof req, "0x%x\n", requests);
-    std::snprintf(dn, sizeof dn, "0x%x\n", done);
-    root.write("/sys/class/scsi_generic/" + sg + "/device/iorequest_cnt", req);
-    root.write("/sys/class/scsi_generic/" + sg + "/device/iodone_cnt", dn);
-  }
+  // Whether a shell line or a program run (arguments joined by '|') starts with `prefix`.
   bool ran(const std::string& prefix) const {
-    for (const std::string& l : recorder.lines)
-      if (l.rfind(prefix, 0) == 0) return true;
+    for (const auto* lines : {&recorder.shells, &recorder.execs})
+      for (const std::string& l : *lines)
+        if (l.rfind(prefix, 0) == 0) return true;
     return false;
   }
 
   test::WaitingRunner real;  // built before the recorder is installed: wraps the real runner
-  test::RecordingRunner recorder;
+  test::FakeRunner recorder;
 };
 
 TEST_F(PdAttach, UsbBridgeConfigurationUnitIsNeverRegistered) {
@@ -124,8 +114,9 @@ TEST_F(PdAttach, FullOrdinaryEnclosureAttachesWithoutARecordButFullIscsiFails) {
   PD_INFO& usb = plug("sdv", -1, "USB");
   usb.type = PD_TYPE_USB;
   EXPECT_EQ(PD_Sys_Attach("root_usb", "sdv"), 0);
-  EXPECT_EQ(PD_Get_Id_By_Sys_Id(1, "sdv"), -1);
-  EXPECT_TRUE(ran("/sbin/udevadm control --env=sdv=root_usb"));
+  EXPECT_EQ(PD_Get_Id_By_Sys_Id(1, "sdv"), -1);  // 101 would read back as a virtual disk
+  EXPECT_FALSE(bit_of("/etc/enclosure_1.conf", "pd_bitmap", 101));
+  EXPECT_TRUE(ran("/sbin/udevadm|control|--env=sdv=root_usb"));
 
   add_enclosure(31, "root_iscsi", 1, 4);
   plug("sdi", -1, "ISCSI1");
@@ -133,7 +124,8 @@ TEST_F(PdAttach, FullOrdinaryEnclosureAttachesWithoutARecordButFullIscsiFails) {
   EXPECT_EQ(PD_Sys_Attach("root_iscsi", "sdi"), 0);
   EXPECT_EQ(PD_Get_Id_By_Sys_Id(31, "sdi"), 1);
   EXPECT_EQ(PD_Sys_Attach("root_iscsi", "sdj"), -1);
-  EXPECT_FALSE(ran("/sbin/udevadm control --env=sdj=root_iscsi"));
+  EXPECT_EQ(Ini_Conf_Bitmap_Get_Set_Count("/etc/enclosure_31.conf", "Index", "pd_bitmap"), 1);
+  EXPECT_FALSE(ran("/sbin/udevadm|control|--env=sdj=root_iscsi"));
 }
 
 TEST_F(PdAttach, RepeatedAddEventKeepsOneRecordThatDetachRemoves) {
@@ -163,6 +155,7 @@ TEST_F(PdAttach, MemberDisksAreListedAndCountedWithTheirSlot) {
   EXPECT_EQ(SE_Get_PD_Num(0), 3);  // a slot with a disk of its own counts once
   EXPECT_EQ(PD_Sys_Detach("root", "sdo"), 0);  // takes its member along
   EXPECT_EQ(listed(), (std::vector<int>{2, 2000, 2001}));
+  EXPECT_FALSE(bit_of(kStore0, "pd3_member_bitmap", 0));
   for (const char* name : {"sdm", "sdn"}) EXPECT_EQ(PD_Sys_Detach("root", name), 0);
   EXPECT_EQ(listed(), std::vector<int>{});
   EXPECT_EQ(root.read(kStore0).find("PhysicalDisk_2]"), std::string::npos);
@@ -213,20 +206,10 @@ TEST_F(PdAttach, HookMustBeExecutableByItsOwner) {
   EXPECT_FALSE(ran("/etc/init.d/pd_attach"));
 }
 
-TEST_F(PdAttach, DetachTakesMemberDisksAlongUnlessTheRaidModeSaysOtherwise) {
+// In one RAID mode of the port the member disks stay when their slot's own disk goes.
+TEST_F(PdAttach, DetachLeavesMemberDisksWhenTheRaidModeSaysSo) {
   PD_INFO parent = make_disk("sdm", "PARENT", 2);
   parent.capabilities |= PD_CAP_HAS_MEMBERS;
-  ASSERT_EQ(pd_write_conf(0, 2, &parent), 0);
-  for (int k : {0, 1}) {
-    PD_INFO m = make_disk("sdm" + std::to_string(k), "M" + std::to_string(k), 2000 + k);
-    ASSERT_EQ(pd_write_conf(0, 2000 + k, &m), 0);
-  }
-  EXPECT_EQ(PD_Sys_Detach("root", "sdm"), 0);
-  EXPECT_EQ(PD_Is_Exist(0, 2), 0);
-  EXPECT_EQ(PD_Is_Exist(0, 2000), 0);
-  EXPECT_EQ(PD_Is_Exist(0, 2001), 0);
-  EXPECT_FALSE(bit_of(kStore0, "pd2_member_bitmap", 1));
-
   ASSERT_EQ(pd_write_conf(0, 2, &parent), 0);
   PD_INFO m = make_disk("sdm0", "M0", 2000);
   ASSERT_EQ(pd_write_conf(0, 2000, &m), 0);
@@ -254,37 +237,31 @@ TEST_F(PdAttach, HardwareRaidAdapterDiskRegistersItsArray) {
   EXPECT_EQ(key_of(conf, "RAID_0", "uuid"), "");
 }
 
-struct LatencyCase {
-  const char* name;
-  int type;
-  unsigned caps;
-  const char* model;
-  const char* enc;
-  int want;
-  const char* written;
-};
-
-class PdLatency : public PdAttach, public ::testing::WithParamInterface<LatencyCase> {};
-
-TEST_P(PdLatency, OnlyAtaDisksGetTheirCommandLatency) {
-  const LatencyCase& c = GetParam();
-  PD_INFO d = make_disk("sdl", "L", 1, c.enc);
-  root.write("/sys/block/sdl/device/varn_param_latency", "0\n");
-  d.type = c.type;
-  d.capabilities = c.caps;
-  disk::set_text(d.model, c.model);
-  EXPECT_EQ(PD_Set_ATA_IO_Latency(&d), c.want);
-  EXPECT_EQ(root.read("/sys/block/sdl/device/varn_param_latency"), c.written);
+TEST_F(PdAttach, OnlyAtaDisksGetTheirCommandLatency) {
+  struct Row {
+    int type;
+    unsigned caps;
+    const char* model;
+    const char* enc;
+    int want;
+    const char* written;
+  } rows[] = {{PD_TYPE_ATA, 0, "WD", "root", 0, "1000\n"},
+              {PD_TYPE_ATA, PD_CAP_SSD, "SSD", "root", 0, "300\n"},
+              {PD_TYPE_SCSI, 0, "SAS", "root", -1, "0\n"},
+              {PD_TYPE_ATA, 0, "BKT-1", "root", -1, "0\n"},
+              {PD_TYPE_ATA, 0, "WD", "px_0011", -1, "0\n"}};
+  for (const Row& r : rows) {
+    SCOPED_TRACE(std::string(r.model) + " " + r.enc);
+    PD_INFO d = make_disk("sdl", "L", 1, r.enc);
+    root.write("/sys/block/sdl/device/varn_param_latency", "0\n");
+    d.type = r.type;
+    d.capabilities = r.caps;
+    disk::set_text(d.model, r.model);
+    EXPECT_EQ(PD_Set_ATA_IO_Latency(&d), r.want);
+    EXPECT_EQ(root.read("/sys/block/sdl/device/varn_param_latency"), r.written);
+  }
+  EXPECT_EQ(PD_Set_ATA_IO_Latency(nullptr), -1);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, PdLatency,
-    ::testing::Values(LatencyCase{"hdd", PD_TYPE_ATA, 0, "WD", "root", 0, "1000\n"},
-                      LatencyCase{"ssd", PD_TYPE_ATA, PD_CAP_SSD, "SSD", "root", 0, "300\n"},
-                      LatencyCase{"sas", PD_TYPE_SCSI, 0, "SAS", "root", -1, "0\n"},
-                      LatencyCase{"bkt", PD_TYPE_ATA, 0, "BKT-1", "root", -1, "0\n"},
-                      LatencyCase{"px", PD_TYPE_ATA, 0, "WD", "px_0011", -1, "0\n"}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(PdAttach, QueueLimitComesFromTheSystemConfiguration) {
   root.write("/sys/block/sdq/queue/max_sectors_kb", "1280\n");
@@ -302,7 +279,6 @@ TEST_F(PdAttach, BadArgumentsFailCleanly) {
   EXPECT_EQ(PD_Sys_Attach("nowhere", "sdb"), -1);
   EXPECT_EQ(PD_Sys_Attach("root", "unknown-disk"), -1);  // discovery does not know it
   EXPECT_EQ(PD_Sys_Detach(nullptr, nullptr), -1);
-  EXPECT_EQ(PD_Set_ATA_IO_Latency(nullptr), -1);
 }
 
 // Many processes attaching and detaching disks of several enclosures at once.
@@ -360,4 +336,4 @@ TEST_F(PdAttach, ConcurrentAttachAndDetachLeaveConsistentStores) {
 }
 
 }  // namespace
-}  // namespace bayhal
+}  // namespace bayhal::test

@@ -10,20 +10,16 @@
 #include "disk/pd_store.h"
 #include "foundation/err_trace.h"
 #include "tests/disk/disk_fixture.h"
+#include "tests/enclosure/enc_fakes.h"
 
-namespace bayhal {
+namespace bayhal::test {
 namespace {
-
-using test::add_enclosure;
-using test::make_disk;
-using test::set_wwn;
 
 constexpr unsigned kInternal = 0x80000000u;
 
 class PdQuery : public test::DiskTest {
  protected:
   PdQuery() { add_enclosure(0, "root", 8, 0, kInternal); }
-  ~PdQuery() override { set_runner(nullptr); }
 
   PD_INFO add(int enc_id, int port, const std::string& sys_id, unsigned caps = 0) {
     PD_INFO d = make_disk(sys_id, "SN-" + sys_id, port);
@@ -106,16 +102,12 @@ TEST_F(PdQuery, PerformanceGetters) {
   root.write("/etc/config/disk_performance.conf",
              "[SN-sdb]\nread_speed = 204800\nread_iops = 180\nwrite_iops = fail\n");
   add(0, 2, "sdb");
-  char buf[32];
-  EXPECT_GT(PD_Get_Read_Speed(0, 2, buf, sizeof buf), 0);
-  EXPECT_STREQ(buf, "200.0 MB/sec");
-  EXPECT_GT(PD_Get_Write_Speed(0, 2, buf, sizeof buf), 0);
-  EXPECT_STREQ(buf, "none");
-  EXPECT_GT(PD_Get_Read_IOPS(0, 2, buf, sizeof buf), 0);
-  EXPECT_STREQ(buf, "180");
-  EXPECT_GT(PD_Get_Write_IOPS(0, 2, buf, sizeof buf), 0);
-  EXPECT_STREQ(buf, "fail");
-  EXPECT_LT(PD_Get_Write_IOPS(0, 3, buf, sizeof buf), 0);
+  using Getter = int (*)(int, int, char*, int);
+  for (auto [get, want] : std::initializer_list<std::pair<Getter, const char*>>{
+           {PD_Get_Read_Speed, "200.0 MB/sec"}, {PD_Get_Write_Speed, "none"},
+           {PD_Get_Read_IOPS, "180"}, {PD_Get_Write_IOPS, "fail"}})
+    EXPECT_EQ(name(get, 0, 2), want);
+  EXPECT_EQ(name(PD_Get_Write_IOPS, 0, 3), "<-1>");
 }
 
 std::vector<int> listed(int enc, unsigned mask, int mode, PD_ENUM_CALLBACK cb = nullptr,
@@ -190,11 +182,8 @@ TEST_F(PdQuery, VirtualDisksAreAddressedByTheirNumber) {
   add(0, 107, "vd7");
   int numbers[4];
   ASSERT_EQ(VD_Enumerate(0, numbers, 4), 2);
-  EXPECT_EQ(numbers[0], 5);
-  EXPECT_EQ(numbers[1], 7);
-  EXPECT_EQ(VD_Is_Exist(0, 5), 1);
-  EXPECT_EQ(VD_Is_Exist(0, 6), 0);
-  EXPECT_EQ(VD_Is_Exist(0, 900), 0);
+  EXPECT_EQ(std::vector<int>(numbers, numbers + 2), (std::vector<int>{5, 7}));
+  EXPECT_EQ(VD_Is_Exist(0, 5) * 100 + VD_Is_Exist(0, 6) * 10 + VD_Is_Exist(0, 900), 100);
   PD_INFO info{};
   ASSERT_EQ(VD_Get_Info(0, 5, &info), 0);
   EXPECT_EQ(info.port_id, 105);
@@ -289,16 +278,14 @@ TEST_F(PdQuery, LocationTests) {
   Ini_Conf_Set_Field("/etc/hal.conf", "Enclosure_33", "enc_parent_sys_id", "root_usb");
   Ini_Conf_Set_Field_Int("/etc/hal.conf", "Enclosure_33", "enc_parent_port_id", 2, 0);
   root.write("/etc/model.conf", "[Usb Port 2]\nFRONT_PORT = 1\n[Usb Port 3]\nDEV_PORT = 1\n");
-  EXPECT_EQ(PD_Is_In_Root(0), 1);
-  EXPECT_EQ(PD_Is_In_Root(23), 0);
-  EXPECT_EQ(PD_Is_In_Root_Cache(23), 1);
-  EXPECT_EQ(PD_Is_In_Root_Cache(0), 0);
-  EXPECT_EQ(PD_Is_In_Root_PCIe(24), 1);
-  EXPECT_EQ(PD_Is_In_Root_PCIe(23), 0);
-  EXPECT_EQ(PD_Is_In_Front_Of_Root_USB(1, 2), 1);
-  EXPECT_EQ(PD_Is_In_Front_Of_Root_USB(1, 3), 0);
-  EXPECT_EQ(PD_Is_In_Front_Of_Root_USB(33, 4), 1);  // unit on front port 2
-  EXPECT_EQ(PD_Is_In_Front_Of_Root_USB(0, 2), 0);
+  // Root, cache and PCIe answers for each enclosure, as three digits.
+  for (auto [enc, want] : {std::pair{0, 100}, {23, 10}, {24, 1}, {1, 0}})
+    EXPECT_EQ(PD_Is_In_Root(enc) * 100 + PD_Is_In_Root_Cache(enc) * 10 + PD_Is_In_Root_PCIe(enc),
+              want) << enc;
+  // Front USB ports 2 (a disk) and 2 again (a unit on it), not 3 nor a root slot.
+  EXPECT_EQ(PD_Is_In_Front_Of_Root_USB(1, 2) * 1000 + PD_Is_In_Front_Of_Root_USB(1, 3) * 100 +
+                PD_Is_In_Front_Of_Root_USB(33, 4) * 10 + PD_Is_In_Front_Of_Root_USB(0, 2),
+            1010);
 
   PD_INFO d = make_disk("sdb", "SAS", 2);
   disk::set_text(d.pd_bus_name, "6:0:3:0");
@@ -349,14 +336,12 @@ TEST_F(PdQuery, LogNamesForEveryKindOfEnclosure) {
   EXPECT_EQ(name(PD_Get_Slot_Name, 0, 2), "<-1>");
   EXPECT_EQ(name(PD_Get_Slot_Name, 34, 4), "Bay 4");
   char buf[64];
-  EXPECT_EQ(PD_Get_Dev_Slot_Name(0, 3, buf, sizeof buf), 1);
-  EXPECT_STREQ(buf, "Drive 3");
-  EXPECT_EQ(PD_Get_Dev_Slot_Name(0, 4, buf, sizeof buf), 0);
-  EXPECT_STREQ(buf, "Disk 4");
-  EXPECT_EQ(PD_Get_Dev_Slot_Name(24, 1, buf, sizeof buf), 0);
-  EXPECT_STREQ(buf, "PCIe 2 SSD 1");
-  EXPECT_EQ(PD_Get_Dev_Slot_Name(2, 1, buf, sizeof buf), 0);
-  EXPECT_STREQ(buf, "EXDR#2: Disk 1");
+  // 1 when the model names the slot.
+  for (auto [enc, port, rc, text] : {std::tuple{0, 3, 1, "Drive 3"}, {0, 4, 0, "Disk 4"},
+                                     {24, 1, 0, "PCIe 2 SSD 1"}, {2, 1, 0, "EXDR#2: Disk 1"}}) {
+    EXPECT_EQ(PD_Get_Dev_Slot_Name(enc, port, buf, sizeof buf), rc) << text;
+    EXPECT_STREQ(buf, text);
+  }
   EXPECT_EQ(PD_Get_Log_Name(0, 1, buf, 0), -1);
   EXPECT_EQ(PD_Get_Log_Name(-1, 1, buf, sizeof buf), -1);
   EXPECT_EQ(PD_Get_Log_Name(40, 1, buf, sizeof buf), -1) << "an enclosure not registered";
@@ -366,28 +351,24 @@ TEST_F(PdQuery, OpticalDriveOwner) {
   add_enclosure(0, "root", 8, 0, kInternal | 0x200000u);
   add_enclosure(3, "root_odd", 1, 8, kInternal);
   add(3, 1, "sr0");
-  char buf[32];
-  ASSERT_EQ(PD_Get_ODD_Owner(3, 1, buf, sizeof buf), 0);
-  EXPECT_STREQ(buf, "DRO");
-  root.write("/etc/.cdrom.conf", "[sr0]\nowner = vm-7\n[odd_passthrough]\nenabled = FALSE\nowner = vm-1\n");
-  ASSERT_EQ(PD_Get_ODD_Owner(3, 1, buf, sizeof buf), 0);
-  EXPECT_STREQ(buf, "vm-7");
-  root.write("/etc/.cdrom.conf", "[sr0]\nowner = vm-7\n[odd_passthrough]\nenabled = TRUE\nowner = vm-1\n");
-  ASSERT_EQ(PD_Get_ODD_Owner(3, 1, buf, sizeof buf), 0);
-  EXPECT_STREQ(buf, "vm-1");
+  EXPECT_EQ(name(PD_Get_ODD_Owner, 3, 1), "DRO");
+  for (auto [passthrough, owner] : {std::pair{"FALSE", "vm-7"}, {"TRUE", "vm-1"}}) {
+    root.write("/etc/.cdrom.conf", std::string("[sr0]\nowner = vm-7\n[odd_passthrough]\nenabled = ") +
+                                       passthrough + "\nowner = vm-1\n");
+    EXPECT_EQ(name(PD_Get_ODD_Owner, 3, 1), owner);
+  }
   EXPECT_EQ(PD_Get_ODD_Owner(3, 1, nullptr, 4), -1);
 }
 
 TEST_F(PdQuery, BootDisk) {
-  test::RecordingRunner recorder;
-  set_runner(&recorder);
+  test::FakeRunner recorder;
   root.write("/etc/hal.conf", "[BootDisk_0]\npd_sys_name = /dev/sda\nserial_no = BOOT\n"
                               "capacity = 7864320\nsector_size = 512\n");
   root.write("/dev/sda", "");
   char buf[32];
   ASSERT_EQ(PD_Get_Boot_Disk(buf, sizeof buf), 0);
   EXPECT_STREQ(buf, "/dev/sda");
-  EXPECT_TRUE(recorder.lines.empty());
+  EXPECT_TRUE(recorder.shells.empty());
   EXPECT_GT(PD_Get_Boot_Disk_Serial_No(0, buf, sizeof buf), 0);
   EXPECT_STREQ(buf, "BOOT");
   long long cap = 0;
@@ -397,7 +378,7 @@ TEST_F(PdQuery, BootDisk) {
 
   Ini_Conf_Set_Field("/etc/hal.conf", "BootDisk_0", "pd_sys_name", "/dev/sdz");
   ASSERT_EQ(PD_Get_Boot_Disk(buf, sizeof buf), 0);  // unreachable: USB host driver reloaded
-  EXPECT_EQ(recorder.lines, (std::vector<std::string>{
+  EXPECT_EQ(recorder.shells, (std::vector<std::string>{
                                 "/sbin/rmmod ehci-hcd.ko &>/dev/null",
                                 "/sbin/insmod /lib/modules/misc/ehci-hcd.ko &>/dev/null"}));
   Ini_Conf_Set_Field("/etc/hal.conf", "BootDisk_0", "pd_sys_name", "/dev/mmcblk0");
@@ -426,4 +407,4 @@ TEST_F(PdQuery, BootDisk) {
 }
 
 }  // namespace
-}  // namespace bayhal
+}  // namespace bayhal::test

@@ -16,7 +16,7 @@
 #include "tests/disk/disk_fixture.h"
 #include "tests/support/child_process.h"
 
-namespace bayhal {
+namespace bayhal::test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -326,4 +326,4 @@ TEST_F(PdSed, TwoProcessesRunTheToolOneAfterTheOther) {
 }
 
 }  // namespace
-}  // namespace bayhal
+}  // namespace bayhal::test

@@ -1,7 +1,4 @@
 // The disk store: identifiers, sections, index keys, WWN identity, history.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <set>
 
 #include "bayhal/Ini_Conf.h"
@@ -12,14 +9,8 @@
 #include "tests/disk/disk_fixture.h"
 #include "tests/support/child_process.h"
 
-namespace bayhal {
+namespace bayhal::test {
 namespace {
-
-using test::add_enclosure;
-using test::bit_of;
-using test::key_of;
-using test::make_disk;
-using test::set_wwn;
 
 constexpr const char* kStore0 = "/etc/enclosure_0.conf";
 
@@ -83,31 +74,6 @@ TEST_F(PdStore, SlotDiskWritesSectionIndexAndBit) {
   EXPECT_STREQ(back.read_speed, "none");
 }
 
-TEST_F(PdStore, IscsiEnclosureIsCappedAtItsDiskCount) {
-  add_enclosure(31, "root_iscsi", 2, 4);
-  PD_INFO disks[3] = {make_disk("sdq", "I1"), make_disk("sdr", "I2"), make_disk("sds", "I3")};
-  ASSERT_EQ(pd_write_conf(31, -1, &disks[0]), 0);
-  ASSERT_EQ(pd_write_conf(31, -1, &disks[1]), 0);
-  EXPECT_EQ(disks[0].port_id, 1);
-  EXPECT_EQ(disks[1].port_id, 2);
-  EXPECT_EQ(pd_write_conf(31, -1, &disks[2]), -1);
-  EXPECT_FALSE(bit_of("/etc/enclosure_31.conf", "pd_bitmap", 3));
-  EXPECT_EQ(Ini_Conf_Bitmap_Get_Set_Count("/etc/enclosure_31.conf", "Index", "pd_bitmap"), 2);
-  EXPECT_EQ(key_of("/etc/enclosure_31.conf", "Index", "pd_sysid_sds"), "");
-  EXPECT_NE(root.read("/var/log/hal_lib.log").find("more than max disk number"),
-            std::string::npos);
-}
-
-TEST_F(PdStore, OrdinaryEnclosureRunsOutAboveTheSlotRange) {
-  add_enclosure(1, "root_usb", 99, 2);
-  PD_INFO a = make_disk("sdk", "U1");
-  PD_INFO b = make_disk("sdl", "U2");
-  ASSERT_EQ(pd_write_conf(1, -1, &a), 0);
-  EXPECT_EQ(a.port_id, 100);
-  EXPECT_EQ(pd_write_conf(1, -1, &b), -1);  // 101 would read back as a virtual disk
-  EXPECT_FALSE(bit_of("/etc/enclosure_1.conf", "pd_bitmap", 101));
-}
-
 TEST_F(PdStore, MemberAndVirtualIdsLandInTheirSectionsAndBitmaps) {
   PD_INFO member = make_disk("sdm", "M3", 1003);
   ASSERT_EQ(pd_write_conf(0, 1003, &member), 0);
@@ -147,45 +113,37 @@ TEST_F(PdStore, IdsThatDisagreeWithTheKindAreRefused) {
   EXPECT_FALSE(root.exists(kStore0));
 }
 
-struct WwnCase {
-  const char* name;
-  bool reports_wwn;
-  std::vector<unsigned char> wwn;
-  const char* serial;
-  const char* model;
-  const char* want_wwn;
-  const char* want_real;
-  bool blacklisted;
-};
-
-class PdStoreWwn : public PdStore, public ::testing::WithParamInterface<WwnCase> {};
-
-TEST_P(PdStoreWwn, IdentityFallsBackFromWwnToSerialToSysId) {
+TEST_F(PdStore, IdentityFallsBackFromWwnToSerialToSysId) {
   root.write("/etc/disk_wwn_blacklist.list", "# shared WWNs\nBADVEND | CLONE*\n");
-  const WwnCase& c = GetParam();
-  PD_INFO d = make_disk("sdw", c.serial, 4);
-  disk::set_text(d.model, c.model);
-  if (c.model == std::string("CLONE-1")) disk::set_text(d.vendor, "BADVEND");
-  if (c.reports_wwn) set_wwn(d, c.wwn);
-  ASSERT_EQ(pd_write_conf(0, 4, &d), 0);
-  EXPECT_EQ(key_of(kStore0, "PhysicalDisk_4", "wwn"), c.want_wwn);
-  EXPECT_EQ(key_of(kStore0, "PhysicalDisk_4", "real_wwn"), c.want_real);
-  EXPECT_EQ(key_of("/etc/hal.conf", "Index", std::string("pd_wwn_") + c.want_wwn), "00000004");
-  unsigned caps = static_cast<unsigned>(std::stoul(key_of(kStore0, "PhysicalDisk_4", "capabilities")));
-  EXPECT_EQ((caps & PD_CAP_WWN_BLACKLISTED) != 0, c.blacklisted);
+  struct Row {
+    std::vector<unsigned char> wwn;  // empty: the disk reports none
+    const char* serial;
+    const char* model;
+    const char* want_wwn;
+    const char* want_real;
+  } rows[] = {
+      {{0x50, 0x01, 0x4e, 0xe2, 0xb5, 0x6d, 0x1f, 0x3a}, "SER1", "M", "50014EE2B56D1F3A",
+       "50014EE2B56D1F3A"},
+      {{0, 0, 0, 0, 0, 0, 0, 0}, "SER2", "M", "SER2", ""},
+      {{}, "SER3", "M", "SER3", ""},
+      {{}, "", "M", "sdw", ""},
+      {{0x50, 0, 0, 0, 0, 0, 0, 1}, "SER5", "CLONE-1", "SER5", "5000000000000001"},  // listed
+  };
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.want_wwn);
+    PD_INFO d = make_disk("sdw", r.serial, 4);
+    disk::set_text(d.model, r.model);
+    disk::set_text(d.vendor, "BADVEND");
+    if (!r.wwn.empty()) set_wwn(d, r.wwn);
+    ASSERT_EQ(pd_write_conf(0, 4, &d), 0);
+    EXPECT_EQ(key_of(kStore0, "PhysicalDisk_4", "wwn"), r.want_wwn);
+    EXPECT_EQ(key_of(kStore0, "PhysicalDisk_4", "real_wwn"), r.want_real);
+    EXPECT_EQ(key_of("/etc/hal.conf", "Index", std::string("pd_wwn_") + r.want_wwn), "00000004");
+    auto caps = std::stoul(key_of(kStore0, "PhysicalDisk_4", "capabilities"));
+    EXPECT_EQ((caps & PD_CAP_WWN_BLACKLISTED) != 0, r.model == std::string("CLONE-1"));
+    ASSERT_EQ(pd_remove_conf(0, 4), 0);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, PdStoreWwn,
-    ::testing::Values(
-        WwnCase{"valid", true, {0x50, 0x01, 0x4e, 0xe2, 0xb5, 0x6d, 0x1f, 0x3a}, "SER1", "M",
-                "50014EE2B56D1F3A", "50014EE2B56D1F3A", false},
-        WwnCase{"zeros", true, {0, 0, 0, 0, 0, 0, 0, 0}, "SER2", "M", "SER2", "", false},
-        WwnCase{"none", false, {}, "SER3", "M", "SER3", "", false},
-        WwnCase{"no_serial", false, {}, "", "M", "sdw", "", false},
-        WwnCase{"blacklisted", true, {0x50, 0, 0, 0, 0, 0, 0, 1}, "SER5", "CLONE-1", "SER5",
-                "5000000000000001", true}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(PdStore, DuplicateIdIsRefusedBeforeAnyKeyIsWritten) {
   PD_INFO first = make_disk("sdb", "FIRST", 3);
@@ -197,17 +155,6 @@ TEST_F(PdStore, DuplicateIdIsRefusedBeforeAnyKeyIsWritten) {
   EXPECT_EQ(root.read(kStore0), before);
   EXPECT_EQ(root.read("/etc/hal.conf"), hal_before);
   EXPECT_NE(root.read("/var/log/hal_lib.log").find("already exist"), std::string::npos);
-}
-
-TEST_F(PdStore, PerformanceKeysComeFromTheMeasurementsOfThatDisk) {
-  root.write("/etc/config/disk_performance.conf",
-             "[SERP]\nread_speed = 180000\nread_iops = fail\nwrite_speed = 170000\n");
-  PD_INFO d = make_disk("sdb", "SERP", 1);
-  ASSERT_EQ(pd_write_conf(0, 1, &d), 0);
-  EXPECT_EQ(key_of(kStore0, "PhysicalDisk_1", "read_speed"), "180000");
-  EXPECT_EQ(key_of(kStore0, "PhysicalDisk_1", "read_iops"), "fail");
-  EXPECT_EQ(key_of(kStore0, "PhysicalDisk_1", "write_speed"), "170000");
-  EXPECT_EQ(key_of(kStore0, "PhysicalDisk_1", "write_iops"), "none");
 }
 
 TEST_F(PdStore, BootDiskLivesInHalConf) {
@@ -328,4 +275,4 @@ TEST_F(PdStore, ConcurrentWritersFromManyProcessesNeverShareAnId) {
 }
 
 }  // namespace
-}  // namespace bayhal
+}  // namespace bayhal::test

@@ -6,6 +6,7 @@
 
 #include <fstream>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 #include "sim/ata_disk_model.h"
@@ -18,41 +19,22 @@ struct Expected {
   std::string file, model, serial, firmware, lba28, lba48, rotation, wwn;
 };
 
-std::vector<std::string> split_tabs(const std::string& line) {
-  std::vector<std::string> out;
-  std::stringstream ss(line);
-  std::string cell;
-  while (std::getline(ss, cell, '\t')) out.push_back(cell);
-  if (!line.empty() && line.back() == '\t') out.emplace_back();
-  return out;
-}
-
-// Rows of a folder's expected_identify.tsv; `page_of` maps the first column to the page file.
-std::vector<Expected> load(const std::string& folder, std::string (*page_of)(const std::string&)) {
-  std::ifstream in(test::test_data_dir() + "/external/" + folder + "/expected_identify.tsv");
+// Rows of a folder's expected_identify.tsv, each with the path of its page.
+std::vector<Expected> rows_for(const std::string& folder) {
+  std::string dir = test::test_data_dir() + "/external/" + folder + "/";
+  std::ifstream in(dir + "expected_identify.tsv");
   std::vector<Expected> rows;
-  std::string line;
   bool header = true;
-  while (std::getline(in, line)) {
-    if (line.empty() || line[0] == '#') continue;
-    if (header) {
-      header = false;
-      continue;
-    }
-    auto c = split_tabs(line);
+  for (std::string line; std::getline(in, line);) {
+    if (line.empty() || line[0] == '#' || std::exchange(header, false)) continue;
+    std::vector<std::string> c;
+    std::stringstream cells(line);
+    for (std::string cell; std::getline(cells, cell, '\t');) c.push_back(cell);
     c.resize(8);
-    rows.push_back({test::test_data_dir() + "/external/" + folder + "/" + page_of(c[0]), c[1],
-                    c[2], c[3], c[4], c[5], c[6], c[7]});
+    std::string page = folder == "parse-identify-data" ? c[0] : "pages/" + c[0] + ".identify.bin";
+    rows.push_back({dir + page, c[1], c[2], c[3], c[4], c[5], c[6], c[7]});
   }
   return rows;
-}
-
-std::string blob_page(const std::string& drive) { return "pages/" + drive + ".identify.bin"; }
-std::string plain_page(const std::string& file) { return file; }
-
-std::vector<uint8_t> read_bytes(const std::string& path) {
-  std::string s = test::read_file(path);
-  return {s.begin(), s.end()};
 }
 
 void expect_matches(const AtaIdentity& id, const Expected& e) {
@@ -71,16 +53,13 @@ void expect_matches(const AtaIdentity& id, const Expected& e) {
 
 class RealIdentifyPages : public ::testing::TestWithParam<const char*> {};
 
-std::vector<Expected> rows_for(const std::string& folder) {
-  return load(folder, folder == "parse-identify-data" ? plain_page : blob_page);
-}
-
 TEST_P(RealIdentifyPages, DecodeAsHdparmDid) {
   auto rows = rows_for(GetParam());
   ASSERT_GE(rows.size(), 3u);
   for (const auto& e : rows) {
     SCOPED_TRACE(e.file);
-    auto page = read_bytes(e.file);
+    std::string bytes = test::read_file(e.file);
+    std::vector<uint8_t> page(bytes.begin(), bytes.end());
     ASSERT_EQ(page.size(), 512u);
     AtaIdentity id;
     ASSERT_TRUE(ata_identify_parse(page.data(), page.size(), id));

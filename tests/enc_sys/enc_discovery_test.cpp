@@ -215,19 +215,13 @@ TEST_F(EncDiscoveryTest, RootRecordFromTheModelDescription) {
   ASSERT_EQ(se_sys_getinfo("root", &info), 0);
   EXPECT_EQ(info.enc_id, -1);
   EXPECT_EQ(summary(info), "Bay|BX-873A||Q123ABC|p0|d8|c80100040|<root:0>");
-  EXPECT_EQ(info.extended_capability, 3u);
-  EXPECT_EQ(info.max_pcie_num, 2);
-  EXPECT_EQ(info.max_nic_num, 4);
-  EXPECT_EQ(info.cache_port_bitmap, 0xc0u);
-  EXPECT_EQ(info.max_ujbod_num, 2);
-  EXPECT_EQ(info.ss_max_channels, 16);
-  EXPECT_EQ(info.ss_free_channels, -1);
-  EXPECT_EQ(info.max_cpu_num, 1);
-  EXPECT_EQ(info.max_fan_region, 5);
-  EXPECT_EQ(info.max_sys_temp_region, 2);
-  EXPECT_EQ(info.max_sys_extra_region_count, 3);  // 5 - system fans - CPU fans
-  EXPECT_EQ(info.region_max_fan_num[0], 3);
-  EXPECT_EQ(info.region_max_fan_num[1], 1);
+  // Extra fan regions: 5 - system fans - CPU fans.
+  EXPECT_EQ(std::vector<long long>({info.extended_capability, info.max_pcie_num, info.max_nic_num,
+                                    info.cache_port_bitmap, info.max_ujbod_num, info.ss_max_channels,
+                                    info.ss_free_channels, info.max_cpu_num, info.max_fan_region,
+                                    info.max_sys_temp_region, info.max_sys_extra_region_count,
+                                    info.region_max_fan_num[0], info.region_max_fan_num[1]}),
+            std::vector<long long>({3, 2, 4, 0xc0, 2, 16, -1, 1, 5, 2, 3, 3, 1}));
   EXPECT_TRUE(backend.calls.empty());  // no monitor to start
 
   model("[System Enclosure]\nMAX_UJBOD_NUM = 2\n");

@@ -32,29 +32,24 @@ class EncAttachTest : public SandboxTest {
     std::string hba_dir = sysfs.pci_device("0000:03:00.0", {}, sim::PciSpec(0x1000, 0x97, 0x010700));
     hba = sysfs.sas_hba(hba_dir, 2, {0, 1, 2, 3, 4, 5, 6, 7});
   }
-  // An expander below the HBA ("<n>" picks the address 0x5000000000000<n>).
-  std::string top_expander(int n) {
-    char addr[32];
-    std::snprintf(addr, sizeof addr, "0x50000000000000%02d", n);
-    return sysfs.sas_expander(hba, {n}, 8, addr).dir;
+  // The identity of expander <n>: its address 0x50000000000000<nn> without the "0x".
+  static std::string id_of(int n) {
+    char id[32];
+    std::snprintf(id, sizeof id, "50000000000000%02d", n);
+    return id;
   }
+  // An expander below the HBA.
+  std::string top_expander(int n) { return sysfs.sas_expander(hba, {n}, 8, "0x" + id_of(n)).dir; }
   // An expander daisy-chained below the expander folder `up`.
   std::string chained_expander(const std::string& up, int n) {
     std::string name = "expander-2:" + std::to_string(n);
     std::string dir = up + "/port-2:" + std::to_string(n) + ":0/" + name;
-    char addr[32];
-    std::snprintf(addr, sizeof addr, "0x50000000000000%02d", n);
-    sysfs.attr(dir + "/sas_device/" + name + "/sas_address", addr);
+    sysfs.attr(dir + "/sas_device/" + name + "/sas_address", "0x" + id_of(n));
     sysfs.attr(dir + "/sas_expander/" + name + "/vendor_id", "BAYSIM");
     sysfs.attr(dir + "/sas_expander/" + name + "/product_id", "CHAINED");
     sysfs.link("/sys/class/sas_expander/" + name, dir + "/sas_expander/" + name);
     sysfs.link("/sys/class/sas_device/" + name, dir + "/sas_device/" + name);
     return dir;
-  }
-  static std::string id_of(int n) {
-    char id[32];
-    std::snprintf(id, sizeof id, "50000000000000%02d", n);
-    return id;
   }
   bool has_section(int enc_id) {
     return ini::read_section(kHalConf, "Enclosure_" + std::to_string(enc_id)).has_value();
@@ -76,17 +71,13 @@ TEST_F(EncAttachTest, RootAttachRegistersScansAndTagsForUdev) {
   std::string before = root.read(kHalConf);
   EXPECT_EQ(SE_Sys_Attach("root", 0), -1);  // already registered
   EXPECT_EQ(se_attach("root", 0), -1);
+  EXPECT_EQ(SE_Sys_Attach("bad=id", 0), -1);
+  EXPECT_EQ(SE_Sys_Detach("5999999999999999"), -1);
+  EXPECT_EQ(SE_Sys_Pre_Detach("5999999999999999"), -1);
+  EXPECT_EQ(SE_Sys_Detach(nullptr), -1);
   EXPECT_EQ(root.read(kHalConf), before);
   EXPECT_EQ(disks.scans.size(), 1u);
-  EXPECT_EQ(SE_Sys_Attach("bad=id", 0), -1);
-}
-
-TEST_F(EncAttachTest, FolderAttachRewritesARegisteredEnclosureThere) {
-  attach_root();
-  root.mkdir("/tmp/rescan");
-  EXPECT_EQ(se_attach("root", 0, "/tmp/rescan"), 0);
-  EXPECT_EQ(ini_get("/tmp/rescan/hal.conf", "Enclosure_0", "enc_sys_id"), "root");
-  EXPECT_EQ(disks.scans, (Names{"0", "0@/tmp/rescan"}));
+  EXPECT_TRUE(disks.detaches.empty());
 }
 
 TEST_F(EncAttachTest, ParentIsAttachedFirst) {
@@ -167,29 +158,12 @@ TEST_F(EncAttachTest, MemberDiskIsReportedReturningExactlyOnce) {
   EXPECT_EQ(SE_Hotswap_Check_PD(id, 5), 0);
   EXPECT_GE(SE_Hotswap_Clear_Enc(id), 0);
   EXPECT_EQ(ini::read_section("/tmp/.se_detached", "Enclosure_" + std::to_string(id)), std::nullopt);
-}
-
-TEST_F(EncAttachTest, ReleasedEnclosureForgetsItsDisks) {
-  attach_root();
-  top_expander(1);
-  ASSERT_EQ(SE_Sys_Attach(id_of(1).c_str(), 0), 0);
-  int id = se_lookup_id(id_of(1).c_str());
-  root.write("/etc/enclosure_" + std::to_string(id) + ".conf", "[Index]\npd_bitmap = 0x2\n");
+  // A released enclosure forgets its disks.
+  root.write(enc_disk_conf(id), "[Index]\npd_bitmap = 0x2\n");
   ASSERT_EQ(SE_Sys_Detach(id_of(1).c_str()), 0);
   ASSERT_EQ(SE_Release_Id(id), 0);
   EXPECT_EQ(SE_Hotswap_Check_PD(id, 1), 0);
   EXPECT_EQ(ini::read_section("/tmp/.se_detached", "Enclosure_" + std::to_string(id)), std::nullopt);
-  EXPECT_EQ(SE_Hotswap_Check_PD(id, 1), 0);
-}
-
-TEST_F(EncAttachTest, UnknownIdentityDetachChangesNothing) {
-  attach_root();
-  std::string before = root.read(kHalConf);
-  EXPECT_EQ(SE_Sys_Detach("5999999999999999"), -1);
-  EXPECT_EQ(SE_Sys_Pre_Detach("5999999999999999"), -1);
-  EXPECT_EQ(SE_Sys_Detach(nullptr), -1);
-  EXPECT_EQ(root.read(kHalConf), before);
-  EXPECT_TRUE(disks.detaches.empty());
 }
 
 TEST_F(EncAttachTest, TypedFormOnlyForAnMvUnitOverUsb) {
@@ -242,9 +216,13 @@ TEST_F(EncAttachTest, ScanAttachesWhatIsNewAndDetachesWhatIsGone) {
   EXPECT_EQ(se_lookup_id(id_of(1).c_str()), 34);
   EXPECT_EQ(se_lookup_id("root"), 0);
 
+  // A rescan rewrites each registered enclosure and scans its disks in the folder.
+  disks.scans.clear();
   EXPECT_EQ(SE_Rescan("/tmp/rescan"), 4);
   EXPECT_EQ(ini_get("/tmp/rescan/hal.conf", "Index", ("enc_sysid_" + id_of(1)).c_str()),
             std::to_string(se_lookup_id(id_of(1).c_str())));
+  EXPECT_EQ(ini_get("/tmp/rescan/hal.conf", "Enclosure_0", "enc_sys_id"), "root");
+  EXPECT_EQ(disks.scans.front(), "0@/tmp/rescan");
 }
 
 // A fresh root has no /etc/config: the store makes it. An enclosure that still cannot be

@@ -15,7 +15,8 @@
 
 namespace bayhal::test {
 
-// Records every command; "pidof" lines answer as `udevd_running` says, others succeed.
+// Records every command; "pidof" lines answer as `udevd_running` says, others succeed, and
+// shell_read answers `read_output`.
 class FakeRunner : public CommandRunner {
  public:
   FakeRunner() { set_runner(this); }
@@ -26,7 +27,7 @@ class FakeRunner : public CommandRunner {
     return 0;
   }
   int shell_read(const std::string& line, std::string& output) override {
-    output.clear();
+    output = read_output;
     return shell(line);
   }
   int exec(const std::vector<std::string>& argv, std::string* output = nullptr) override {
@@ -43,6 +44,7 @@ class FakeRunner : public CommandRunner {
     return out;
   }
   bool udevd_running = false;
+  std::string read_output;
   std::vector<std::string> shells;
   std::vector<std::string> execs;
 };

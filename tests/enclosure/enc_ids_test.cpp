@@ -10,6 +10,7 @@
 #include "enclosure/enc_store.h"
 #include "foundation/store_files.h"
 #include "tests/enclosure/enc_test_util.h"
+#include "tests/support/child_process.h"
 
 namespace bayhal::test {
 namespace {
@@ -53,6 +54,8 @@ TEST_F(EncIdsTest, StartBitFollowsTheKindOfEnclosure) {
   SE_ENC_INFO r = make_record("root", SE_CAP_INTERNAL, 0);
   ASSERT_EQ(attach(r), 0);
   EXPECT_EQ(r.stack_id, 0);
+  int again = -5;
+  EXPECT_EQ(se_get_id("root", &again, &r) * 10 + again, -10) << "registered: no second id";
   EXPECT_EQ(ini_get(kMap, "Index", "enc_uid_root") + ini_get(kMap, "Index", "0"), "0enc_uid_root");
   EXPECT_TRUE(bit_set(kMap, 0) && bit_set(kHalConf, 0));
   SE_ENC_INFO cache = make_record("root_cache", SE_CAP_INTERNAL, 1, "root");
@@ -140,16 +143,20 @@ TEST_F(EncIdsTest, SettersOfUnknownIdsFailAndWriteNothing) {
   EXPECT_EQ(se_release_id_in_persistent_mapping(-1), 0);  // already gone is fine
 }
 
-TEST_F(EncIdsTest, ReleaseRemovesEveryKeyOfTheId) {
+TEST_F(EncIdsTest, DisplayNameFollowsTheUnitAndReleaseRemovesEveryKeyOfTheId) {
   attach_root();
   SE_ENC_INFO mv = make_record("usb_3", 0, SE_PROTOCOL_USB, "root");
   std::strcpy(mv.model, "MV-J4");
   std::strcpy(mv.serial, "SN000123");
   ASSERT_EQ(attach(mv), 32);
   EXPECT_EQ(ini_get(kMap, "Index", "enc_32"), "MV-J4-0123");
+  // The same unit back with a model text its firmware changed: the name follows.
+  unplug(32, "usb_3");
+  std::strcpy(mv.model, "MV-J8");
+  EXPECT_EQ(attach(mv), 32);
   char name[49];
   EXPECT_EQ(SE_Enc_Map_Get_Enc_Name(32, name, sizeof name), 0);
-  EXPECT_STREQ(name, "MV-J4-0123");
+  EXPECT_STREQ(name, "MV-J8-0123");
   ASSERT_EQ(SE_Release_Id(32), 0);
   EXPECT_EQ(ini_get("/tmp/.se_detached", "Enclosure_32", "detached"), "1");
   for (const char* key : {"enc_uid_SN000123", "32", "enc_32"})
@@ -159,28 +166,6 @@ TEST_F(EncIdsTest, ReleaseRemovesEveryKeyOfTheId) {
   EXPECT_EQ(SE_Enc_Map_Get_Enc_Name(32, name, sizeof name), -1);
   EXPECT_EQ(SE_Enc_Map_Get_Enc_Name(-1, name, sizeof name), -1);
   EXPECT_EQ(SE_Enc_Map_Get_Enc_Name(0, nullptr, 5), -1);
-}
-
-TEST_F(EncIdsTest, DisplayNameIsRefreshedWhenTheUnitComesBackChanged) {
-  attach_root();
-  SE_ENC_INFO mv = make_record("usb_3", 0, SE_PROTOCOL_USB, "root");
-  std::strcpy(mv.model, "MV-J4");
-  std::memcpy(mv.wwn, "\x50\x11\x22\x33\x44\x55\x66\x77", 8);
-  std::strcpy(mv.serial, "AB12");
-  ASSERT_EQ(attach(mv), 32);
-  unplug(32, "usb_3");
-  std::strcpy(mv.model, "MV-J8");  // same unit (same wwn), model text updated by firmware
-  EXPECT_EQ(attach(mv), 32);
-  EXPECT_EQ(ini_get(kMap, "Index", "enc_32"), "MV-J8-AB12");
-}
-
-TEST_F(EncIdsTest, AlreadyRegisteredIdentityIsNotAllocatedTwice) {
-  attach_root();
-  SE_ENC_INFO again = make_record("root", SE_CAP_INTERNAL, 0);
-  int id = -5;
-  EXPECT_EQ(se_get_id("root", &id, &again), -1);
-  EXPECT_EQ(id, 0);
-  EXPECT_FALSE(bit_set(kMap, 1));
 }
 
 TEST_F(EncIdsTest, UniqueIdRules) {
@@ -215,23 +200,17 @@ TEST_F(EncIdsTest, GlobalDiskIdsAndTheWwnIndex) {
   EXPECT_EQ(se_gen_global_pd_id(1, 0x12345), (1 << 16) | 0x2345);
   int enc = -1, port = -1;
   ASSERT_EQ(se_get_enc_pd_id(131077, &enc, &port), 0);
-  EXPECT_EQ(enc, 2);
-  EXPECT_EQ(port, 5);
+  EXPECT_EQ(enc * 10000 + port, 20005);
   EXPECT_EQ(se_get_enc_pd_id(131077, nullptr, &port), -1);
 
   ASSERT_EQ(se_write_pd_wwn_index(2, 5, "5000C500AABBCCDD"), 0);
   EXPECT_EQ(ini_get(kHalConf, "Index", "pd_wwn_5000C500AABBCCDD"), "00020005");
   enc = port = -1;
-  ASSERT_EQ(se_read_pd_wwn_index("5000C500AABBCCDD", &enc, &port), 0);
-  EXPECT_EQ(enc, 2);
-  enc = -1;
   EXPECT_EQ(se_read_pd_wwn_index("5000c500aabbccdd", &enc, &port), 0) << "a WWN in lower case";
-  EXPECT_EQ(enc, 2);
-  EXPECT_EQ(port, 5);
+  EXPECT_EQ(enc * 10000 + port, 20005);
   ASSERT_EQ(se_write_pd_wwn_index(33, 1003, "5000C500AABBCCDD"), 0);
   ASSERT_EQ(se_read_pd_wwn_index("5000C500AABBCCDD", &enc, &port), 0);
-  EXPECT_EQ(enc, 33);
-  EXPECT_EQ(port, 1003);
+  EXPECT_EQ(enc * 10000 + port, 331003);
   EXPECT_EQ(se_remove_pd_wwn_index("5000C500AABBCCDD"), 0);
   EXPECT_EQ(se_read_pd_wwn_index("5000C500AABBCCDD", &enc, &port), -1);
   EXPECT_EQ(se_write_pd_wwn_index(1, 1, "bad=wwn"), -1);
@@ -345,6 +324,44 @@ TEST_F(EncIdsTest, DisplayNameRule) {
   char tiny[1];
   EXPECT_EQ(se_sys_make_display_name("A", "B", nullptr, 5), -1);
   EXPECT_EQ(se_sys_make_display_name("A", "B", tiny, 0), -1);
+}
+
+// Real processes allocating enclosure ids at the same time never share one.
+TEST_F(EncIdsTest, ConcurrentAllocationsNeverShareAnId) {
+  constexpr int kProcs = 4;
+  constexpr int kEach = 8;
+  test::Pipe out;
+  std::vector<pid_t> kids;
+  for (int p = 0; p < kProcs; ++p)
+    kids.push_back(test::spawn([&out, p] {
+      out.close_read();
+      int failures = 0;
+      for (int i = 0; i < kEach; ++i) {
+        std::string name = "usb_" + std::to_string(p) + "_" + std::to_string(i);
+        SE_ENC_INFO info = make_record(name.c_str(), 0, SE_PROTOCOL_USB, "root");
+        int id = -1;
+        if (se_acquire_id(name.c_str(), &id, &info) != 0 || id < 0) ++failures;
+        if (!out.put(id)) ++failures;
+      }
+      return failures == 0 ? 0 : 1;
+    }));
+  out.close_write();
+  std::multiset<int> ids;
+  for (int id; out.get(id);) ids.insert(id);
+  for (pid_t pid : kids) EXPECT_EQ(test::join(pid), 0);
+  ASSERT_EQ(ids.size(), static_cast<size_t>(kProcs * kEach));
+  std::set<int> unique(ids.begin(), ids.end());
+  EXPECT_EQ(unique.size(), ids.size());
+  EXPECT_EQ(*unique.begin(), 32);
+  EXPECT_EQ(*unique.rbegin(), 32 + kProcs * kEach - 1);
+  EXPECT_EQ(Ini_Conf_Bitmap_Get_Set_Count("/etc/config/enclosure.map", "Index", "enc_bitmap"),
+            kProcs * kEach);
+  // Every id's reverse link names the unit that got it.
+  for (int got : unique) {
+    std::string uid_key = ini_get("/etc/config/enclosure.map", "Index", std::to_string(got).c_str());
+    ASSERT_NE(uid_key, "<absent>");
+    EXPECT_EQ(ini_get("/etc/config/enclosure.map", "Index", uid_key.c_str()), std::to_string(got));
+  }
 }
 
 }  // namespace

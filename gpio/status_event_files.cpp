@@ -64,6 +64,10 @@ std::optional<EventUpdate> update_event_state(const char* who,
   if (!value || !counter) return std::nullopt;
   while (::flock(value.get(), LOCK_EX) != 0)
     if (errno != EINTR) return std::nullopt;
+  // Every writer renames a new counter over the old one: the file to read is the one the name
+  // holds now, not the one it held before the lock was ours.
+  counter = open_state_file(kFormattingCount);
+  if (!counter) return std::nullopt;
   EventUpdate u;
   u.before.bitmap = static_cast<unsigned>(read_number(value.get(), 0));
   u.before.formatting = static_cast<int>(read_number(counter.get(), 10));

@@ -183,6 +183,14 @@ hal led usb on
 halsim press usb_copy
 hal sio gpio 21
 halsim board
+
+step "the eject button held and the case cover opened, as the library sees them; then let go and closed"
+halsim press eject
+halsim press case_cover
+hal button
+halsim release eject
+halsim release case_cover
+hal button
 halsim stop
 echo
 echo "demo finished in $((SECONDS - began)) s after the build"

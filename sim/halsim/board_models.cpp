@@ -190,10 +190,10 @@ bool BoardModels::press(const std::string& button, bool down) {
     ec_->press_usb_button(down);
     return true;
   }
-  const char* key = button == "usb_copy" ? "USB_COPY_BUTTON" : button == "reset" ? "RESET_BUTTON" : nullptr;
-  if (!sio_ || key == nullptr) return false;
+  const PanelPin* input = panel_input(button);
+  if (!sio_ || input == nullptr) return false;
   for (const auto& [k, pin] : sc_.superio.pins)
-    if (k == key) {
+    if (k == input->io_key) {
       sio_->press(pin, down);
       return true;
     }

@@ -38,7 +38,8 @@ class BoardModels {
   // The last `last` port accesses: [pid, port, "in" | "out", value].
   nlohmann::json log(size_t last) const;
   void clear_log() { bus_.clear_log(); }
-  // Presses or releases a button ("usb_copy", "reset"); false when the board has no such one.
+  // Presses or releases a front-panel input (panel_pins(): "usb_copy", "case_cover" opens the
+  // cover); false when the board has no such one.
   bool press(const std::string& button, bool down);
 
  private:

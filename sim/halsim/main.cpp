@@ -216,12 +216,22 @@ void board(Run& ctx, const std::string& root_arg, const std::vector<std::string>
   ctx.emit(*j, board_text(*j));
 }
 
+// The names `press` knows: "usb_copy, reset, ...".
+std::string panel_inputs() {
+  std::string names;
+  for (const PanelPin& p : panel_pins())
+    if (!p.input.empty()) names += (names.empty() ? "" : ", ") + std::string(p.input);
+  return names;
+}
+
 void press(Run& ctx, const std::string& root_arg, const std::string& button, bool down) {
+  const PanelPin* input = panel_input(button);
+  if (input == nullptr) return ctx.usage("bad input '" + button + "': expected " + panel_inputs());
   std::string root = use_root(ctx, root_arg, false), error;
   if (root.empty()) return;
   auto j = Client(root).board((down ? "press " : "release ") + button, error);
   if (!j) return ctx.fail(error);
-  ctx.emit(*j, button + (down ? " pressed" : " released"));
+  ctx.emit(*j, button + " " + std::string(down ? input->pressed : input->released));
 }
 
 // Spins a disk down to standby or up again, as its own power management would.
@@ -270,11 +280,13 @@ int main(int argc, char** argv) {
                   [&] { board(ctx, root, board_args); })
       ->add_option("what", board_args, "nothing, log [N] or clear");
   std::string button;
+  const std::string inputs = panel_inputs();
   for (bool down : {true, false})
-    ctx.add_command(&app, down ? "press" : "release", down ? "hold a front-panel button down (usb_copy, reset)"
-                                                           : "let a front-panel button go", "button",
+    ctx.add_command(&app, down ? "press" : "release",
+                    down ? "hold a front-panel button down, or open the case cover (case_cover)"
+                         : "let a front-panel button go, or close the case cover", "button",
                     [&, down] { press(ctx, root, button, down); })
-        ->add_option("button", button, "usb_copy or reset")->required();
+        ->add_option("button", button, inputs)->required();
   std::string spin_bay, spin_how;
   CLI::App* spin_cmd = ctx.add_command(&app, "spin", "spin a disk down to standby or up again", "spin",
                                        [&] { spin(ctx, root, spin_bay, spin_how); });

@@ -5,6 +5,7 @@
 #pragma once
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -110,6 +111,17 @@ struct SuperIoSpec {
   // "System IO" key and pin ("STATUS_RED_LED", 52), in the order given.
   std::vector<std::pair<std::string, int>> pins;
 };
+
+// A front-panel pin of a Super I/O board: its scenario key and the "System IO" key it
+// becomes; an input also has the name `halsim press` knows it by and the words for its
+// pressed and released states.
+struct PanelPin {
+  std::string_view scenario_key, io_key;
+  std::string_view input = {}, pressed = {}, released = {};
+};
+std::span<const PanelPin> panel_pins();
+// The input called `name`, or nullptr.
+const PanelPin* panel_input(std::string_view name);
 
 // Sections of the model description passed through unchanged ("[model <Section>]").
 struct ModelSection {

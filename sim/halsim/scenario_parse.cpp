@@ -266,13 +266,6 @@ bool read_ec(const RawSection& s, Scenario& sc, std::string& error) {
   });
 }
 
-// Scenario keys of the front-panel pins and the "System IO" keys they become.
-constexpr std::pair<const char*, const char*> kPinKeys[] = {
-    {"status_red_led", "STATUS_RED_LED"}, {"status_green_led", "STATUS_GREEN_LED"},
-    {"power_led", "POWER_LED"},           {"usb_led", "FRONT_USB_LED"},
-    {"usb_copy_button", "USB_COPY_BUTTON"}, {"reset_button", "RESET_BUTTON"},
-};
-
 bool read_superio(const RawSection& s, Scenario& sc, std::string& error) {
   KeyReader r(s, error);
   SuperIoSpec& sio = sc.superio;
@@ -286,12 +279,12 @@ bool read_superio(const RawSection& s, Scenario& sc, std::string& error) {
     }
     if (k == "temps") return r.list(k, v, sio.temps, 0, 255, 6), true;
     if (k == "fans") return r.list(k, v, sio.fans, 0, kMaxRpm, 6), true;
-    for (const auto& [key, io_key] : kPinKeys)
-      if (k == key) {
+    for (const PanelPin& p : panel_pins())
+      if (k == p.scenario_key) {
         int pin = 0;
         r.integer(k, v, pin, 0, 87);
         if (pin % 10 > 7) r.fail(k + " '" + v + "' is not a pin (group and bit 0-7, such as 52)");
-        sio.pins.emplace_back(io_key, pin);
+        sio.pins.emplace_back(std::string(p.io_key), pin);
         return true;
       }
     return false;
@@ -319,6 +312,26 @@ bool read_section(const RawSection& s, Scenario& sc, std::string& error) {
 }  // namespace
 
 bool check_scenario(Scenario& sc, std::string& error);  // scenario_check.cpp
+
+// A new pin is a row here; an input needs nothing else to be pressed and shown.
+constexpr PanelPin kPanelPins[] = {
+    {"status_red_led", "STATUS_RED_LED"},
+    {"status_green_led", "STATUS_GREEN_LED"},
+    {"power_led", "POWER_LED"},
+    {"usb_led", "FRONT_USB_LED"},
+    {"usb_copy_button", "USB_COPY_BUTTON", "usb_copy", "pressed", "released"},
+    {"reset_button", "RESET_BUTTON", "reset", "pressed", "released"},
+    {"eject_button", "EJECT_BUTTON", "eject", "pressed", "released"},
+    {"case_cover", "CASE_COVER", "case_cover", "open", "closed"},
+};
+
+std::span<const PanelPin> panel_pins() { return kPanelPins; }
+
+const PanelPin* panel_input(std::string_view name) {
+  for (const PanelPin& p : kPanelPins)
+    if (!p.input.empty() && p.input == name) return &p;
+  return nullptr;
+}
 
 std::optional<Scenario> parse_scenario(std::string_view text, std::string& error) {
   error.clear();

@@ -1,12 +1,17 @@
 // GPIO_Set_NAS_Status_LED on an embedded controller: the priority of the event groups, the
 // formatting counter, the unchanged-bitmap rule and the files under /var across processes.
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <regex>
 #include <vector>
 
 #include "bayhal/GPIO.h"
 #include "tests/gpio/gpio_fixture.h"
+#include "tests/support/child_process.h"
 
 namespace bayhal {
 namespace {
@@ -92,6 +97,41 @@ TEST_F(StatusEventTest, ProcessesSettingEventsAtOnceLoseNone) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   }
   EXPECT_EQ(bitmap_file(), "0x0000ff00");
+}
+
+// Two writers are killed after a growing number of updates each round: every file then holds
+// one whole value, no increment is lost, and the lock died with its holder.
+TEST_F(StatusEventTest, WritersKilledMidUpdateLeaveWholeValuesAndNoLock) {
+  const std::regex whole_bitmap("0x0000[0-3]080"), whole_count("[0-9]+");
+  long long counted = 0;
+  for (int round = 1; round <= 6; ++round) {
+    test::Pipe progress;
+    std::vector<pid_t> kids;
+    for (unsigned bit : {0x1000u, 0x2000u})
+      kids.push_back(test::spawn([&progress, bit] {
+        progress.close_read();
+        for (int i = 0;; ++i) {
+          if (GPIO_Set_NAS_Status_LED(0x80, 1) != 0 || GPIO_Set_NAS_Status_LED(bit, i & 1) != 0) return 1;
+          progress.put(i);
+        }
+      }));
+    progress.close_write();
+    int seen = 0, v = 0;
+    while (seen < round * 4 && progress.get(v)) ++seen;
+    for (pid_t pid : kids) ::kill(pid, SIGKILL);
+    for (pid_t pid : kids) test::join(pid);
+    while (progress.get(v)) ++seen;  // finished before the kill, not yet read
+    std::string bitmap = bitmap_file(), count = counter_file();
+    ASSERT_TRUE(std::regex_match(bitmap, whole_bitmap)) << "round " << round << ": " << bitmap;
+    ASSERT_TRUE(std::regex_match(count, whole_count)) << "round " << round << ": " << count;
+    long long now = std::stoll(count);
+    EXPECT_GE(now, counted + seen) << "round " << round;  // each child may have one unreported
+    EXPECT_LE(now, counted + seen + 2) << "round " << round;
+    counted = now;
+    int fd = ::open(root.path("/var/ledvalue").c_str(), O_RDONLY | O_CLOEXEC);
+    EXPECT_EQ(::flock(fd, LOCK_EX | LOCK_NB), 0) << "round " << round;
+    ::close(fd);
+  }
 }
 
 TEST_F(StatusEventTest, WithoutItsFilesNothingChanges) {

@@ -83,10 +83,22 @@ TEST_F(HalsimBoard, TheSuperIoPinsAndItsHardwareMonitorServeTheLibrary) {
   EXPECT_EQ(id, 0x8772);
   ASSERT_EQ(board::se_sys_set_status_led("root", 1, 1), 0);
   ASSERT_EQ(board::se_sys_blink_power_led("root", 1), 0);
-  control("press usb_copy");
-  int pressed = 0;
-  ASSERT_EQ(board::se_sys_get_usb_button("root", &pressed), 0);
-  EXPECT_EQ(pressed, 1);
+  // Each input of the front panel, pressed and let go (the cover opened and closed).
+  struct Input {
+    const char *name, *io_key;
+    int (*read)(const char*, int*);
+  } inputs[] = {{"usb_copy", "USB_COPY_BUTTON", board::se_sys_get_usb_button},
+                {"reset", "RESET_BUTTON", board::se_sys_get_reset_button},
+                {"eject", "EJECT_BUTTON", board::se_sys_get_ejt_button},
+                {"case_cover", "CASE_COVER", board::se_sys_get_case_status}};
+  for (const Input& in : inputs)
+    for (bool down : {true, false}) {
+      ASSERT_EQ(control(std::string(down ? "press " : "release ") + in.name)["pressed"], down) << in.name;
+      int state = -1;
+      ASSERT_EQ(in.read("root", &state), 0) << in.name;
+      EXPECT_EQ(state, down ? 1 : 0) << in.name;
+      EXPECT_EQ(control("board")["buttons"][in.io_key], down) << in.name;
+    }
   double t = 0;
   ASSERT_EQ(board::se_sys_get_temp("root", 0, &t), 0);  // CPU: hwmon channel 1
   EXPECT_EQ(t, 44.0);

@@ -58,6 +58,8 @@ bool is_blacklisted(const char* list_file, const char* vendor, const char* model
 }  // namespace bayhal::disk
 
 BAYHAL_EXPORT int Disk_Is_WWN_Blacklisted(const char* vendor, const char* model) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%s, %s).\n", __func__, vendor ? vendor : "(null)",
+            model ? model : "(null)");
   if (model == nullptr) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: model is null!\n", __func__);
     return 0;
@@ -66,6 +68,8 @@ BAYHAL_EXPORT int Disk_Is_WWN_Blacklisted(const char* vendor, const char* model)
 } BAYHAL_C_BOUNDARY(0)
 
 BAYHAL_EXPORT int Disk_Is_SelfTest_Blacklisted(const char* vendor, const char* model) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%s, %s).\n", __func__, vendor ? vendor : "(null)",
+            model ? model : "(null)");
   if (model == nullptr) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: model is null!\n", __func__);
     return 0;

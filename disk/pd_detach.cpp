@@ -52,9 +52,6 @@ int pd_detach_by_dev_id(int enc_id, int port_id) {
 }
 
 int pd_detach(const char* enc_sys_id, const char* pd_sys_id) {
-  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with(%s,%s).\n", __func__,
-            enc_sys_id != nullptr ? enc_sys_id : "(null)",
-            pd_sys_id != nullptr ? pd_sys_id : "(null)");
   int enc_id = enc_sys_id != nullptr ? disk::enc_id_of(enc_sys_id) : -1;
   int port_id = enc_id >= 0 && pd_sys_id != nullptr ? port_of(enc_id, pd_sys_id) : -1;
   if (enc_id < 0 || port_id < 0) {
@@ -84,6 +81,9 @@ int pd_detach(const char* enc_sys_id, const char* pd_sys_id) {
 }  // namespace bayhal
 
 BAYHAL_EXPORT int PD_Sys_Detach(const char* enc_sys_id, const char* pd_sys_id) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with(%s,%s).\n", __func__,
+            enc_sys_id != nullptr ? enc_sys_id : "(null)",
+            pd_sys_id != nullptr ? pd_sys_id : "(null)");
   ERR_TRACE(HAL_TRACE_INFO, "%s(%d):enc_sys_id = %s,pd_sys_id = %s\n", __func__, __LINE__,
             enc_sys_id != nullptr ? enc_sys_id : "(null)",
             pd_sys_id != nullptr ? pd_sys_id : "(null)");

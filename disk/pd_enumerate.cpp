@@ -211,7 +211,10 @@ BAYHAL_EXPORT int PD_Enumerate_By_Cap(int enc_id, unsigned int cap_mask, int mod
 } BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int PD_Enumerate(int enc_id, int* port_ids, int size) try {
-  return PD_Enumerate_By_Cap(enc_id, 0, PD_CAP_MODE_ALWAYS, port_ids, size, nullptr, nullptr);
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %p, %d).\n", __func__, enc_id,
+            static_cast<void*>(port_ids), size);
+  return bayhal::disk::enumerate_by_cap(enc_id, 0, PD_CAP_MODE_ALWAYS, port_ids, size, nullptr,
+                                        nullptr);
 } BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int PD_Enumerate_All(int* global_ids, int size) try {

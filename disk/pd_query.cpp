@@ -180,6 +180,8 @@ BAYHAL_EXPORT int VD_Get_Info(int enc_id, int number, PD_INFO* info) try {
 
 BAYHAL_EXPORT int VD_Get_WWN(int enc_id, int number, char* buf, int size) try {
   if (number < 1 || number > PD_VIRTUAL_PORT_ID_MAX - PD_VIRTUAL_PORT_ID_BASE) {
+    // A number in range is traced by the getter, under its port id.
+    ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d).\n", __func__, enc_id, number);
     if (bayhal::disk::usable_buffer(buf, size)) buf[0] = '\0';
     return -1;
   }

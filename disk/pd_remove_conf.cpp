@@ -151,7 +151,8 @@ int pd_remove_conf(int enc_id, int port_id) {
 }  // namespace bayhal
 
 BAYHAL_EXPORT int PD_Remove_and_Backup_Section(int enc_id, int port_id) try {
-  ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): enc_id %d port_id %d Start\n", __func__, __LINE__, enc_id,
+  // Its level-1 start record doubles as the entry trace.
+  ERR_TRACE(HAL_TRACE_ERROR | HAL_TRACE_ENTRY, "%s(%d): enc_id %d port_id %d Start\n", __func__, __LINE__, enc_id,
             port_id);
   if (enc_id < 0 || port_id < 0) return -1;
   return bayhal::backup_section(enc_id, port_id);

@@ -119,6 +119,8 @@ SmartReading from_cache(const PD_SMART_INFO& c) {
 }
 
 int get_info(const char* who, int type, int enc_id, int port_id, const Outputs& o) {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %d, %p, %d).\n", who, enc_id, port_id,
+            static_cast<void*>(o.list), o.size);
   Live d;
   if (o.list == nullptr || o.size <= 0 || !find_disk(who, enc_id, port_id, d)) return -1;
   ERR_TRACE(HAL_TRACE_ERROR, "%s(%d): %d-%d, enc_sys_id %s, port %s\n", who, __LINE__, enc_id,

@@ -127,6 +127,8 @@ int se_attach(const char* enc_sys_id, int notify, const char* dir) {
 using namespace bayhal;
 
 BAYHAL_EXPORT int SE_Sys_Attach(const char* enc_sys_id, int notify) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%s, %d).\n", __func__,
+            enc_sys_id != nullptr ? enc_sys_id : "(null)", notify);
   if (!usable_identity(enc_sys_id, __func__)) return -1;
   int ret = se_attach(enc_sys_id, notify, nullptr);
   if (ret < 0) return ret;

@@ -184,14 +184,15 @@ int se_pre_detach(const char* enc_sys_id) {
 
 using namespace bayhal;
 
+// The level-8 record of each call doubles as its entry trace.
 BAYHAL_EXPORT int SE_Sys_Pre_Detach(const char* enc_sys_id) try {
-  ERR_TRACE(HAL_TRACE_INFO, "%s(%d):enc_sys_id = %s pre_remove\n", __func__, __LINE__,
+  ERR_TRACE(HAL_TRACE_ENTRY | HAL_TRACE_INFO, "%s(%d):enc_sys_id = %s pre_remove\n", __func__, __LINE__,
             enc_sys_id != nullptr ? enc_sys_id : "(null)");
   return se_pre_detach(enc_sys_id);
 } BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int SE_Sys_Detach(const char* enc_sys_id) try {
-  ERR_TRACE(HAL_TRACE_INFO, "%s(%d):enc_sys_id = %s remove\n", __func__, __LINE__,
+  ERR_TRACE(HAL_TRACE_ENTRY | HAL_TRACE_INFO, "%s(%d):enc_sys_id = %s remove\n", __func__, __LINE__,
             enc_sys_id != nullptr ? enc_sys_id : "(null)");
   return se_detach(enc_sys_id);
 } BAYHAL_C_BOUNDARY(-1)

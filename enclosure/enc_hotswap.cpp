@@ -31,7 +31,8 @@ int se_hotswap_save_pd_member_bitmap(int enc_id, int port, unsigned bitmap) {
 using namespace bayhal;
 
 BAYHAL_EXPORT int SE_Hotswap_Check_PD(int enc_id, int dev_id) try {
-  ERR_TRACE(HAL_TRACE_INFO, "%s got called, enc_id = %d, port_id = %d\n", __func__, enc_id, dev_id);
+  // The call's record at level 8 doubles as its entry trace.
+  ERR_TRACE(HAL_TRACE_ENTRY | HAL_TRACE_INFO, "%s got called, enc_id = %d, port_id = %d\n", __func__, enc_id, dev_id);
   if (enc_id < 0 || dev_id < 0) return 0;
   INI_CONF_LOCK* lock = Ini_Conf_Write_Lock_File(kSeDetached);
   if (lock == nullptr) {

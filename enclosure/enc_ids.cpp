@@ -199,6 +199,8 @@ int se_detach_release_bit(int enc_id) {
 }  // namespace bayhal
 
 BAYHAL_EXPORT int SE_Get_Unique_Id(const SE_ENC_INFO* info, char* uid, int uid_size) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%p, %p, %d).\n", __func__,
+            static_cast<const void*>(info), static_cast<void*>(uid), uid_size);
   if (info == nullptr || uid == nullptr || uid_size < 1) {
     ERR_TRACE(HAL_TRACE_ERROR, "%s: bad arguments\n", __func__);
     return -1;

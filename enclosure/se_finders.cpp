@@ -76,19 +76,47 @@ BAYHAL_EXPORT int SE_Get_Enc_Id_by_Protocol(uint32_t* bitmap, int protocol) try 
   return collect(bitmap, [protocol](int id) { return SE_Get_Protocol(id) == protocol; });
 } BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Get_KORV_Enc_Id(uint32_t* bitmap) try { return collect(bitmap, is_korv); } BAYHAL_C_BOUNDARY(-1)
-BAYHAL_EXPORT int SE_Get_RDISK_Enc_Id(uint32_t* bitmap) try { return collect(bitmap, is_rdisk); } BAYHAL_C_BOUNDARY(-1)
-BAYHAL_EXPORT int SE_Get_Pci_Cache_Enc_Id(uint32_t* bitmap) try { return collect(bitmap, is_pci_cache); } BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int SE_Get_KORV_Enc_Id(uint32_t* bitmap) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%p).\n", __func__, static_cast<void*>(bitmap));
+  return collect(bitmap, is_korv);
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int SE_Get_RDISK_Enc_Id(uint32_t* bitmap) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%p).\n", __func__, static_cast<void*>(bitmap));
+  return collect(bitmap, is_rdisk);
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int SE_Get_Pci_Cache_Enc_Id(uint32_t* bitmap) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%p).\n", __func__, static_cast<void*>(bitmap));
+  return collect(bitmap, is_pci_cache);
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Get_Cache_Enc_Id(void) try { return root_pseudo_id(SE_CAP_CACHE, EncKind::kCache); } BAYHAL_C_BOUNDARY(-1)
-BAYHAL_EXPORT int SE_Get_ODD_Enc_Id(void) try { return root_pseudo_id(SE_CAP_ODD, EncKind::kOdd); } BAYHAL_C_BOUNDARY(-1)
-BAYHAL_EXPORT int SE_Get_MMC_Enc_Id(void) try { return root_pseudo_id(SE_CAP_MMC, EncKind::kMmc); } BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int SE_Get_Cache_Enc_Id(void) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: is called.\n", __func__);
+  return root_pseudo_id(SE_CAP_CACHE, EncKind::kCache);
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int SE_Get_ODD_Enc_Id(void) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: is called.\n", __func__);
+  return root_pseudo_id(SE_CAP_ODD, EncKind::kOdd);
+} BAYHAL_C_BOUNDARY(-1)
+BAYHAL_EXPORT int SE_Get_MMC_Enc_Id(void) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: is called.\n", __func__);
+  return root_pseudo_id(SE_CAP_MMC, EncKind::kMmc);
+} BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Is_USB_JBOD(int enc_id) try { return internal_with(enc_id, SE_PROTOCOL_USB) ? 1 : 0; } BAYHAL_C_BOUNDARY(0)
-BAYHAL_EXPORT int SE_Is_TB_JBOD(int enc_id) try { return internal_with(enc_id, SE_PROTOCOL_TBT) ? 1 : 0; } BAYHAL_C_BOUNDARY(0)
-BAYHAL_EXPORT int SE_Is_ZMC_JBOD(int enc_id) try { return internal_with(enc_id, SE_PROTOCOL_ZMC) ? 1 : 0; } BAYHAL_C_BOUNDARY(0)
+BAYHAL_EXPORT int SE_Is_USB_JBOD(int enc_id) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
+  return internal_with(enc_id, SE_PROTOCOL_USB) ? 1 : 0;
+} BAYHAL_C_BOUNDARY(0)
+BAYHAL_EXPORT int SE_Is_TB_JBOD(int enc_id) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
+  return internal_with(enc_id, SE_PROTOCOL_TBT) ? 1 : 0;
+} BAYHAL_C_BOUNDARY(0)
+BAYHAL_EXPORT int SE_Is_ZMC_JBOD(int enc_id) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
+  return internal_with(enc_id, SE_PROTOCOL_ZMC) ? 1 : 0;
+} BAYHAL_C_BOUNDARY(0)
 
 BAYHAL_EXPORT int SE_Is_Relinking(int enc_id) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   if (enc_id < 0 || !SE_Is_PX_JBOD(enc_id)) return 0;
   return Ini_Conf_Bitmap_Is_Bit_Set("/tmp/px_config_raid_record.info", kIndex, kEncBitmap, enc_id)
              ? 1
@@ -142,6 +170,8 @@ BAYHAL_EXPORT int SE_Get_Log_Name(int enc_id, char* buf, int size) try {
 } BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int Clear_Real_Sys_Id_by_Enc_ID(int enc_id, const char* real_sys_id) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d, %s).\n", __func__, enc_id,
+            real_sys_id != nullptr ? real_sys_id : "(null)");
   if (real_sys_id == nullptr || !enc_get_int(enc_id, "enc_id")) return -1;
   auto current = enc_get_text(enc_id, "real_sys_id");
   if (!current || *current != real_sys_id) return 0;

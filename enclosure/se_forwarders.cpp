@@ -17,11 +17,13 @@ using namespace bayhal;
 
 namespace {
 
+// `args_ok`: the caller's outputs are usable; checked after the entry trace, so that a call
+// with a bad argument is in the log too.
 template <typename Op>
-int by_identity(const char* func, int enc_id, Op op) {
+int by_identity(const char* func, int enc_id, bool args_ok, Op op) {
   ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", func, enc_id);
   char sys_id[32];
-  if (se_lookup_sys_id(enc_id, sys_id, sizeof sys_id) < 0) return -1;
+  if (!args_ok || se_lookup_sys_id(enc_id, sys_id, sizeof sys_id) < 0) return -1;
   return op(sys_id);
 }
 
@@ -38,8 +40,9 @@ void entry(const char* func) { ERR_TRACE(HAL_TRACE_ENTRY, "%s: is called.\n", fu
 
 }  // namespace
 
-#define SE_FORWARD(func, enc_id, services, call) \
-  by_identity(func, enc_id, [&](const char* id) { return services().call; })
+#define SE_FORWARD(func, enc_id, services, call) SE_FORWARD_IF(true, func, enc_id, services, call)
+#define SE_FORWARD_IF(args_ok, func, enc_id, services, call) \
+  by_identity(func, enc_id, args_ok, [&](const char* id) { return services().call; })
 
 BAYHAL_EXPORT int SE_Set_SAS_HBA_Link_Rate(int enc_id, int phy, int rate) try {
   return SE_FORWARD(__func__, enc_id, board_services, se_sys_set_sas_hba_link_rate(id, phy, rate));
@@ -57,39 +60,39 @@ BAYHAL_EXPORT int SE_Enable_Buzzer(int enc_id, int enable) try {
   return SE_FORWARD(__func__, enc_id, board_services, se_sys_enable_buzzer(id, enable));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Get_Friendly_Name(int enc_id, char* name, int size) try {
-  if (name == nullptr || size < 1) return -1;
-  return SE_FORWARD(__func__, enc_id, mcu_services, se_sys_get_friendly_name(id, name, size));
+  return SE_FORWARD_IF(name != nullptr && size >= 1, __func__, enc_id,
+                       mcu_services, se_sys_get_friendly_name(id, name, size));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Set_Friendly_Name(int enc_id, const char* name) try {
-  if (name == nullptr) return -1;
-  return SE_FORWARD(__func__, enc_id, mcu_services, se_sys_set_friendly_name(id, name));
+  return SE_FORWARD_IF(name != nullptr, __func__, enc_id,
+                       mcu_services, se_sys_set_friendly_name(id, name));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Get_LCM_Dev_Name(int enc_id, char* name, int size) try {
-  if (name == nullptr || size < 1) return -1;
-  return SE_FORWARD(__func__, enc_id, mcu_services, se_sys_get_lcm_dev_name(id, name, size));
+  return SE_FORWARD_IF(name != nullptr && size >= 1, __func__, enc_id,
+                       mcu_services, se_sys_get_lcm_dev_name(id, name, size));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Get_Connector_Status(int enc_id, int connector, uint32_t* status) try {
-  if (status == nullptr) return -1;
-  return SE_FORWARD(__func__, enc_id, ses_services, se_sys_get_connector_status(id, connector, status));
+  return SE_FORWARD_IF(status != nullptr, __func__, enc_id,
+                       ses_services, se_sys_get_connector_status(id, connector, status));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Set_KORV_Phys_Err_Handling_Of_Ports(int enc_id, int enable) try {
   return SE_FORWARD(__func__, enc_id, ses_services, se_sys_set_korv_phys_err_handling_of_ports(id, enable));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Get_LED_BV_Ctrl_Capability(int enc_id, int* kind, int* levels) try {
-  if (kind == nullptr || levels == nullptr) return -1;
-  return SE_FORWARD(__func__, enc_id, board_services, se_sys_get_led_bv_ctrl_capability(id, kind, levels));
+  return SE_FORWARD_IF(kind != nullptr && levels != nullptr, __func__, enc_id,
+                       board_services, se_sys_get_led_bv_ctrl_capability(id, kind, levels));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Get_LED_Scrollbar_Support(int enc_id, int* support) try {
-  if (support == nullptr) return -1;
-  return SE_FORWARD(__func__, enc_id, board_services, se_sys_get_led_scrollbar_support(id, support));
+  return SE_FORWARD_IF(support != nullptr, __func__, enc_id,
+                       board_services, se_sys_get_led_scrollbar_support(id, support));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Get_PD_Env_Sensor_Num(int enc_id, int* count) try {
-  if (count == nullptr) return -1;
-  return SE_FORWARD(__func__, enc_id, board_services, se_sys_get_pd_env_sensor_num(id, count));
+  return SE_FORWARD_IF(count != nullptr, __func__, enc_id,
+                       board_services, se_sys_get_pd_env_sensor_num(id, count));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Get_Heat_Source_Bitmap(int enc_id, uint32_t* bitmap) try {
-  if (bitmap == nullptr) return -1;
-  return SE_FORWARD(__func__, enc_id, board_services, se_sys_get_heat_source_bitmap(id, bitmap));
+  return SE_FORWARD_IF(bitmap != nullptr, __func__, enc_id,
+                       board_services, se_sys_get_heat_source_bitmap(id, bitmap));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Check_MCU_Support(int enc_id) try {
   return SE_FORWARD(__func__, enc_id, mcu_services, se_sys_check_mcu_support(id));
@@ -101,8 +104,8 @@ BAYHAL_EXPORT int SE_Check_MCU_Is_Spec4(int enc_id) try {
   return SE_FORWARD(__func__, enc_id, mcu_services, se_sys_check_mcu_is_spec4(id));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Get_MCU_Version(int enc_id, char* version, int size) try {
-  if (version == nullptr || size < 1) return -1;
-  return SE_FORWARD(__func__, enc_id, mcu_services, se_sys_get_mcu_version(id, version, size));
+  return SE_FORWARD_IF(version != nullptr && size >= 1, __func__, enc_id,
+                       mcu_services, se_sys_get_mcu_version(id, version, size));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Check_MCU_Need_Update(int enc_id) try {
   return SE_FORWARD(__func__, enc_id, mcu_services, se_sys_check_mcu_need_update(id));
@@ -117,19 +120,19 @@ BAYHAL_EXPORT int SE_Set_MCU_Auto_Report(int enc_id, int enable) try {
   return SE_FORWARD(__func__, enc_id, mcu_services, se_sys_set_mcu_auto_report(id, enable));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Get_LCM_Baud_Type(int enc_id, int* type) try {
-  if (type == nullptr) return -1;
-  return SE_FORWARD(__func__, enc_id, mcu_services, se_sys_get_lcm_baud_type(id, type));
+  return SE_FORWARD_IF(type != nullptr, __func__, enc_id,
+                       mcu_services, se_sys_get_lcm_baud_type(id, type));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Upgrade_CPLD_FW(int enc_id, const char* image_path) try {
-  if (image_path == nullptr) return -1;
-  return SE_FORWARD(__func__, enc_id, board_services, se_sys_upgrade_cpld_fw(id, image_path));
+  return SE_FORWARD_IF(image_path != nullptr, __func__, enc_id,
+                       board_services, se_sys_upgrade_cpld_fw(id, image_path));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Set_TBT_Port_Power(int enc_id, int port, int on) try {
   return SE_FORWARD(__func__, enc_id, board_services, se_sys_set_tbt_port_power(id, port, on));
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int SE_Get_FAN_Disk_Bitmap(int enc_id, int region, uint32_t* bitmap) try {
-  if (bitmap == nullptr) return -1;
-  return SE_FORWARD(__func__, enc_id, board_services, se_sys_get_fan_disk_bitmap(id, region, bitmap));
+  return SE_FORWARD_IF(bitmap != nullptr, __func__, enc_id,
+                       board_services, se_sys_get_fan_disk_bitmap(id, region, bitmap));
 } BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int SE_Set_SMP_SAS_Link_Rate(int enc_id, int phy, int rate) try {

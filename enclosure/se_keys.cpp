@@ -72,13 +72,24 @@ BAYHAL_EXPORT int SE_Get_PD_Port_Num(int enc_id) try {
   return static_cast<int>(*v);
 } BAYHAL_C_BOUNDARY(0)
 
-BAYHAL_EXPORT int SE_Get_TEMP_Num(int enc_id) try { return count_or_zero(enc_id, "max_temp_num"); } BAYHAL_C_BOUNDARY(0)
-BAYHAL_EXPORT int SE_Get_FAN_Num(int enc_id) try { return count_or_zero(enc_id, "max_fan_num"); } BAYHAL_C_BOUNDARY(0)
-BAYHAL_EXPORT int SE_Get_CPU_FAN_Num(int enc_id) try { return count_or_zero(enc_id, "max_cpu_fan_num"); } BAYHAL_C_BOUNDARY(0)
+BAYHAL_EXPORT int SE_Get_TEMP_Num(int enc_id) try {
+  entry(__func__, enc_id);
+  return count_or_zero(enc_id, "max_temp_num");
+} BAYHAL_C_BOUNDARY(0)
+BAYHAL_EXPORT int SE_Get_FAN_Num(int enc_id) try {
+  entry(__func__, enc_id);
+  return count_or_zero(enc_id, "max_fan_num");
+} BAYHAL_C_BOUNDARY(0)
+BAYHAL_EXPORT int SE_Get_CPU_FAN_Num(int enc_id) try {
+  entry(__func__, enc_id);
+  return count_or_zero(enc_id, "max_cpu_fan_num");
+} BAYHAL_C_BOUNDARY(0)
 BAYHAL_EXPORT int SE_Get_Factory_CPU_FAN_Count(int enc_id) try {
+  entry(__func__, enc_id);
   return count_or_zero(enc_id, "factory_cpu_fan_count");
 } BAYHAL_C_BOUNDARY(0)
 BAYHAL_EXPORT int SE_Get_Extran_FAN_Region_Num(int enc_id) try {
+  entry(__func__, enc_id);
   return count_or_zero(enc_id, "max_sys_extra_region_count");
 } BAYHAL_C_BOUNDARY(0)
 
@@ -125,6 +136,7 @@ BAYHAL_EXPORT int SE_Set_Serial_No(int enc_id, const char* serial) try {
 } BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT int SE_Is_Exist(int enc_id) try {
+  entry(__func__, enc_id);
   if (enc_get_int(enc_id, "enc_id")) return 1;
   ERR_TRACE(HAL_TRACE_DEVICE, "%s: can't retrieve %s value!\n", __func__, "enc_id");
   return 0;

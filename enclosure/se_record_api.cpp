@@ -34,17 +34,23 @@ BAYHAL_EXPORT int SE_Get_Protocol(int enc_id) try {
   return v ? static_cast<int>(*v) : -1;
 } BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT int SE_Is_PX_JBOD(int enc_id) try { return SE_Get_Protocol(enc_id) == SE_PROTOCOL_PX; } BAYHAL_C_BOUNDARY(0)
+BAYHAL_EXPORT int SE_Is_PX_JBOD(int enc_id) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
+  return SE_Get_Protocol(enc_id) == SE_PROTOCOL_PX;
+} BAYHAL_C_BOUNDARY(0)
 
 BAYHAL_EXPORT int SE_Is_MV_JBOD(int enc_id) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   auto model = enc_get_text(enc_id, "model");
   return model && model->rfind("MV-", 0) == 0 ? 1 : 0;
 } BAYHAL_C_BOUNDARY(0)
 
 BAYHAL_EXPORT int SE_Is_External_JBOD(int enc_id) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   return SE_Is_PX_JBOD(enc_id) || SE_Is_MV_JBOD(enc_id) ? 1 : 0;
 } BAYHAL_C_BOUNDARY(0)
 
 BAYHAL_EXPORT int SE_Is_Removing(int enc_id) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%d).\n", __func__, enc_id);
   return SE_Get_Status(enc_id) == SE_STATUS_REMOVING ? 1 : 0;
 } BAYHAL_C_BOUNDARY(0)

@@ -18,6 +18,8 @@
 #include "foundation/export.h"
 
 BAYHAL_EXPORT char* num_to_ascii(const unsigned char* bytes, int count, char* out, int out_size) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%p, %d, %p, %d).\n", __func__,
+            static_cast<const void*>(bytes), count, static_cast<void*>(out), out_size);
   if (out == nullptr || out_size <= 0) return out;
   std::memset(out, 0, static_cast<size_t>(out_size));
   if (bytes == nullptr) return out;
@@ -28,6 +30,7 @@ BAYHAL_EXPORT char* num_to_ascii(const unsigned char* bytes, int count, char* ou
 } BAYHAL_C_BOUNDARY(out)
 
 BAYHAL_EXPORT int fork_orphaned(void) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: is called.\n", __func__);
   pid_t child = ::fork();
   if (child < 0) return -1;
   if (child == 0) {
@@ -44,11 +47,15 @@ BAYHAL_EXPORT int fork_orphaned(void) try {
   return WEXITSTATUS(status) == 127 ? -ENOENT : 0;
 } BAYHAL_C_BOUNDARY(-1)
 
-BAYHAL_EXPORT long hal_get_system_uptime(void) try { return bayhal::clock().uptime(); } BAYHAL_C_BOUNDARY(0L)
+BAYHAL_EXPORT long hal_get_system_uptime(void) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: is called.\n", __func__);
+  return bayhal::clock().uptime();
+} BAYHAL_C_BOUNDARY(0L)
 
 // The uptime files live in "/tmp" and "/var": written by replacement, never through
 // another user's link or file.
 BAYHAL_EXPORT int hal_set_last_uptime(const char* path) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%s).\n", __func__, path ? path : "(null)");
   if (path == nullptr || path[0] != '/') return -1;
   bayhal::SysPath file(path);
   bayhal::Place place;
@@ -60,11 +67,12 @@ BAYHAL_EXPORT int hal_set_last_uptime(const char* path) try {
     return -1;
   }
   char text[32];
-  int n = std::snprintf(text, sizeof text, "%ld\n", hal_get_system_uptime());
+  int n = std::snprintf(text, sizeof text, "%ld\n", bayhal::clock().uptime());
   return bayhal::replace_at(__func__, path, place, {text, static_cast<size_t>(n)}, 0644, false);
 } BAYHAL_C_BOUNDARY(-1)
 
 BAYHAL_EXPORT long hal_get_last_uptime(const char* path) try {
+  ERR_TRACE(HAL_TRACE_ENTRY, "%s: got called with (%s).\n", __func__, path ? path : "(null)");
   if (path == nullptr) return 0;
   auto text = bayhal::read_head(path, 64);
   if (!text) return 0;

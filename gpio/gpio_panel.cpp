@@ -81,9 +81,8 @@ BAYHAL_EXPORT int GPIO_Does_Case_Cover_Open(int enc_id) try {
   return state_of(__func__, enc_id, b::se_sys_get_case_status);
 } BAYHAL_C_BOUNDARY(-1)
 BAYHAL_EXPORT int GPIO_Get_Power_Status(int enc_id, int supply, int* status) try {
-  if (status == nullptr) return -1;
-  *status = -1;
+  if (status != nullptr) *status = -1;
   return by_identity(__func__, enc_id, {enc_id, supply}, [&](const char* id) {
-    return b::se_sys_get_power_supply_status(id, supply, status);
+    return status == nullptr ? -1 : b::se_sys_get_power_supply_status(id, supply, status);
   });
 } BAYHAL_C_BOUNDARY(-1)

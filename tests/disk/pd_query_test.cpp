@@ -209,31 +209,6 @@ TEST_F(PdQuery, TranslationsByNameWwnAndIndex) {
   EXPECT_STREQ(buf, "");
 }
 
-// The common lookups by device number are driven from C (tests/c_api); here the rest.
-// With entry tracing on, each of these writes its line (they once had none).
-TEST_F(PdQuery, LocationAndDeviceNumberQueriesTraceTheirEntry) {
-  root.write("/var/log/hal_lib.log.conf", "0x4\n");
-  PD_INFO info{};
-  info.type = PD_TYPE_ATA;
-  struct Row {
-    const char* func;
-    std::function<int()> call;
-  } rows[] = {
-      {"PD_Is_In_Root", [] { return PD_Is_In_Root(0); }},
-      {"PD_Is_In_Root_Cache", [] { return PD_Is_In_Root_Cache(0); }},
-      {"PD_Is_In_Root_PCIe", [] { return PD_Is_In_Root_PCIe(0); }},
-      {"PD_Is_In_Root_By_Dev_No", [] { return PD_Is_In_Root_By_Dev_No(8, 16); }},
-      {"PD_Is_In_Root_Cache_By_Dev_No", [] { return PD_Is_In_Root_Cache_By_Dev_No(8, 16); }},
-      {"PD_Is_In_Root_PCIe_By_Dev_No", [] { return PD_Is_In_Root_PCIe_By_Dev_No(8, 16); }},
-      {"PD_Set_ATA_IO_Latency", [&info] { return PD_Set_ATA_IO_Latency(&info); }},
-  };
-  for (const Row& r : rows) {
-    r.call();
-    EXPECT_NE(root.read(trace_log_path()).find(std::string(r.func) + ": got called"), std::string::npos)
-        << r.func;
-  }
-}
-
 TEST_F(PdQuery, DeviceNumbersGoThroughTheKernelBlockTable) {
   root.write("/sys/dev/block/8:16/uevent", "MAJOR=8\nMINOR=16\nDEVNAME=sdb\nDEVTYPE=disk\n");
   root.write("/sys/class/block/sdb/dev", "8:16\n");

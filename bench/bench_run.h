@@ -26,8 +26,9 @@ class RatioReporter : public benchmark::ConsoleReporter {
     ConsoleReporter::ReportRuns(runs);
   }
 
-  // Prints "ratio <what> = x (target <= t) ok|MISSED" of the fastest repetitions, wall time
-  // (or CPU time with `by_cpu`) with the other figure beside it; a target of 0 only reports.
+  // Prints "ratio <what> = x <measure> (target <= t) ok|MISSED" of the fastest repetitions,
+  // wall time (or CPU time with `by_cpu`) with the other figure beside it; a target of 0 only
+  // reports.
   // False when a target was missed.
   bool ratio(const char* op, const char* floor, const char* what, double target,
              bool by_cpu = false) const {
@@ -36,14 +37,15 @@ class RatioReporter : public benchmark::ConsoleReporter {
     double wall = ow->second / fw->second;
     double cpu = best_cpu.at(op) / best_cpu.at(floor);
     double r = by_cpu ? cpu : wall;
+    const char* measure = by_cpu ? "cpu" : "wall";
     const char* other = by_cpu ? "wall" : "cpu";
     if (target <= 0) {
-      std::printf("ratio %s = %.2f (reported) [%s time ratio %.2f]\n", what, r, other,
-                  by_cpu ? wall : cpu);
+      std::printf("ratio %s = %.2f %s time (reported) [%s time ratio %.2f]\n", what, r, measure,
+                  other, by_cpu ? wall : cpu);
       return true;
     }
-    std::printf("ratio %s = %.2f (target <= %.2f) %s [%s time ratio %.2f]\n", what, r, target,
-                r <= target ? "ok" : "MISSED", other, by_cpu ? wall : cpu);
+    std::printf("ratio %s = %.2f %s time (target <= %.2f) %s [%s time ratio %.2f]\n", what, r,
+                measure, target, r <= target ? "ok" : "MISSED", other, by_cpu ? wall : cpu);
     return r <= target;
   }
 

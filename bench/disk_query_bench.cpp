@@ -120,9 +120,10 @@ void setup() {
 int main(int argc, char** argv) {
   return run(argc, argv, setup, [](const RatioReporter& rep) {
     // The floor is what every exported call must do: its entry trace's stat of the control
-    // file, plus the one read of the store this query needs.
+    // file, plus the one read of the store this query needs. CPU time: on a shared machine
+    // the wall time of calls this short is mostly other processes.
     rep.ratio("BM_PD_Get_Info", "BM_stat_control_and_read",
-              "PD_Get_Info/(stat of the trace control file + read of the store file)", 1.25);
+              "PD_Get_Info/(stat of the trace control file + read of the store file)", 1.25, true);
     rep.ratio("BM_PD_Get_Info", "BM_read_store_file", "PD_Get_Info/read of the store file", 0);
     rep.ratio("BM_PD_Enumerate_All", "BM_read_every_store_file",
               "PD_Enumerate_All/reading every store file once", 2.0);

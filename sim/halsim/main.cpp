@@ -252,6 +252,10 @@ void spin(Run& ctx, const std::string& root_arg, const std::string& target, cons
 }  // namespace
 
 int main(int argc, char** argv) {
+  // The appliance's files get the modes its own start-up gives them (folders 0755, files
+  // 0644), whatever the caller's umask: under 002 a group-writable /etc would make the
+  // model description's link one the library must not follow.
+  ::umask(022);
   Run ctx("halsim", BAYHAL_VERSION, argc, argv);
   CLI::App app{"halsim: a virtual appliance for bayhal"};
   ctx.add_global_options(app);

@@ -2,6 +2,7 @@
 // serves the sample appliance, hal_tool boots it and answers queries, halsim pulls and pushes
 // disks and the expansion unit and calls the hot-plug entry points.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -56,8 +57,13 @@ class Appliance : public ApplianceTest {
   nlohmann::json boot_json;
 };
 
+// Brought to life by a caller whose umask lets the group write (as a desktop's 002 does):
+// the appliance's files keep their own modes and the model description's link is followed.
 TEST_F(Appliance, BootRegistersEveryEnclosureAndDisk) {
+  fs::remove_all(root.path("/etc"));  // made by halsim, not by the sandbox
+  mode_t caller = ::umask(002);
   start();
+  ::umask(caller);
   boot();
   // Model set-up picked this board's description by its host bridge and took suspend to RAM
   // off because of the SAS HBA.
@@ -256,6 +262,22 @@ TEST_F(Appliance, RestartWithTheSameRootKeepsThePersistentIds) {
   ASSERT_EQ(halsim({"insert", "jbod"}).exit_code, 0);
   EXPECT_EQ(enc_id(kUnit), first);
   EXPECT_EQ(slot_map(), map);
+}
+
+// The record of a multi-disk adapter (device id -1) only leads the registry to the member
+// disks behind it: the disk list shows those, not the adapter. Stores written by hand, no
+// appliance running.
+TEST_F(ApplianceTest, DiskListShowsMemberDisksButNotTheirAdapter) {
+  root.write("/etc/hal.conf",
+             "[Index]\nenc_bitmap = 0x1\nenc_sysid_root = 0\n[Enclosure_0]\nenc_id = 0\nenc_sys_id = root\n");
+  const std::string disk = "att_phy_id = -1\nenc_sys_id = root\n";
+  root.write("/etc/enclosure_0.conf",
+             "[Index]\npd_bitmap = 0x6\npd2_member_bitmap = 0x2\n"
+             "[PhysicalDisk_1]\nport_id = 1\npd_sys_id = sdb\nserial_no = S1\n" + disk +
+             "[PhysicalDisk_2]\nport_id = -1\npd_sys_id = card\nserial_no = CARD\ncapabilities = 2147483648\n" +
+             disk + "[PhysicalDisk_2001]\nport_id = 2001\npd_sys_id = sdm1\nserial_no = S2\n" + disk);
+  using Map = std::vector<std::pair<std::pair<int, int>, std::string>>;
+  EXPECT_EQ(slot_map(), (Map{{{0, 1}, "S1"}, {{0, 2001}, "S2"}}));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "tests/support/sandbox_root.h"
@@ -94,6 +95,15 @@ TEST_F(HalToolUsage, WhatDoesNotExistIsExitOneWithTheReason) {
                  {{"lcm_locate", "off"}, "lcm_locate: not supported on this board: the front-panel display"},
              },
              1);
+}
+
+// A scan that leaves a present enclosure out (here: its store folder cannot be made, a file
+// stands in its place) fails, though it lists what it found.
+TEST_F(HalToolUsage, AScanThatLeavesAnEnclosureOutIsExitOne) {
+  std::filesystem::remove_all(root.path("/etc/config"));
+  root.write("/etc/config", "");
+  root.write("/etc/hal.conf", "[Index]\n");
+  expect_all({{{"enc", "scan"}, "enc scan: an enclosure present could not be attached"}}, 1);
 }
 
 TEST_F(HalToolUsage, HelpVersionAndColourOnRequest) {

@@ -19,9 +19,11 @@ std::string label_of(int enc, int port) {
   return PD_Get_Log_Name(enc, port, buf, sizeof buf) >= 0 ? std::string(buf) : std::string();
 }
 
+// A record with device id -1 (a multi-disk adapter, or the holder of a multi-device slot) is
+// listed by the registry only to lead to the member disks behind it, which the list shows.
 std::optional<json> registered_disk(int enc, int port) {
   PD_INFO info{};
-  if (PD_Get_Info(enc, port, &info) != 0) return std::nullopt;
+  if (PD_Get_Info(enc, port, &info) != 0 || info.port_id < 0) return std::nullopt;
   return disk_json(info, enc, port, label_of(enc, port));
 }
 

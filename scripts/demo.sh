@@ -175,11 +175,12 @@ hal temp
 hal fan set 6 8
 hal fan
 
-step "its front panel: the green LED on (GP53), the red one on the blink engine (GP52), the power and USB LEDs on through GPIO_*, a button"
+step "its front panel: the green LED on (GP53), the red one on the blink engine (GP52), the power and USB LEDs on through GPIO_*, the ident LED by a locate, a button"
 hal sio gpio 53 on
 hal sio blink 52
 hal led power on
 hal led usb on
+hal locate 0 on
 halsim press usb_copy
 hal sio gpio 21
 halsim board

@@ -69,6 +69,7 @@ BoardModels::BoardModels(const Scenario& sc) : sc_(sc) {
   if (sc.superio.fitted && SuperIoModel::chip_by_name(sc.superio.chip, chip)) {
     sio_ = std::make_unique<SuperIoModel>(chip);
     sio_->attach_to(bus_);
+    for (const std::string& input : sc.superio.held) press(input, true);
   }
 }
 

@@ -110,6 +110,8 @@ struct SuperIoSpec {
   std::vector<int> fans;
   // "System IO" key and pin ("STATUS_RED_LED", 52), in the order given.
   std::vector<std::pair<std::string, int>> pins;
+  // Inputs held down from power-on ("case_cover": the appliance runs with its cover open).
+  std::vector<std::string> held;
 };
 
 // A front-panel pin of a Super I/O board: its scenario key and the "System IO" key it

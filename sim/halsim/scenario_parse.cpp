@@ -1,5 +1,6 @@
 // Scenario text to Scenario: one pass over the lines, each section handed to the reader of
 // its kind, then the cross-checks of scenario_check.cpp.
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -266,6 +267,20 @@ bool read_ec(const RawSection& s, Scenario& sc, std::string& error) {
   });
 }
 
+// `held`: a comma list of inputs, each with a pin of the section's own.
+void read_held(KeyReader& r, const std::string& v, SuperIoSpec& sio) {
+  for (size_t at = 0; at <= v.size();) {
+    size_t comma = std::min(v.find(',', at), v.size());
+    std::string name(trim(std::string_view(v).substr(at, comma - at)));
+    const PanelPin* input = panel_input(name);
+    bool wired = input != nullptr && std::any_of(sio.pins.begin(), sio.pins.end(),
+                                                 [&](const auto& pin) { return pin.first == input->io_key; });
+    if (!wired) return r.fail("held '" + name + "' is not an input with a pin above it");
+    sio.held.push_back(name);
+    at = comma + 1;
+  }
+}
+
 bool read_superio(const RawSection& s, Scenario& sc, std::string& error) {
   KeyReader r(s, error);
   SuperIoSpec& sio = sc.superio;
@@ -279,6 +294,7 @@ bool read_superio(const RawSection& s, Scenario& sc, std::string& error) {
     }
     if (k == "temps") return r.list(k, v, sio.temps, 0, 255, 6), true;
     if (k == "fans") return r.list(k, v, sio.fans, 0, kMaxRpm, 6), true;
+    if (k == "held") return read_held(r, v, sio), true;
     for (const PanelPin& p : panel_pins())
       if (k == p.scenario_key) {
         int pin = 0;
@@ -319,6 +335,8 @@ constexpr PanelPin kPanelPins[] = {
     {"status_green_led", "STATUS_GREEN_LED"},
     {"power_led", "POWER_LED"},
     {"usb_led", "FRONT_USB_LED"},
+    {"ident_led", "IDENT_LED"},
+    {"standby_led", "STANDBY_LED"},
     {"usb_copy_button", "USB_COPY_BUTTON", "usb_copy", "pressed", "released"},
     {"reset_button", "RESET_BUTTON", "reset", "pressed", "released"},
     {"eject_button", "EJECT_BUTTON", "eject", "pressed", "released"},

@@ -191,6 +191,7 @@ TEST_F(BoardDispatchTest, BuzzerPlaysOnTheDeviceTheBoardHas) {
       {"[System IO]\nSYSTEM_BUZZER_UNIT = EC\n", 12, {"EC beep 1", "EC beep 0", "EC beep 0"}, 750},
       {"[System IO]\nSYSTEM_BUZZER_UNIT = EC\n", 9, {"EC beep 1", "EC beep 1", "EC beep 1"}, 4000},
       {"[System IO]\nSYSTEM_BUZZER_UNIT = EC\n", 21, {}, 0},
+      {"[System IO]\nSYSTEM_BUZZER_UNIT = EC\n", 101, {"EC beep 0"}, 0},
       {"[System IO]\n", 100, {"BEEPER beep 1"}, 0},
   };
   root.mkdir("/var/lock");

@@ -83,6 +83,7 @@ TEST_F(HalsimBoard, TheSuperIoPinsAndItsHardwareMonitorServeTheLibrary) {
   EXPECT_EQ(id, 0x8772);
   ASSERT_EQ(board::se_sys_set_status_led("root", 1, 1), 0);
   ASSERT_EQ(board::se_sys_blink_power_led("root", 1), 0);
+  ASSERT_EQ(board::se_sys_set_ident_led("root", 1), 0);
   // Each input of the front panel, pressed and let go (the cover opened and closed).
   struct Input {
     const char *name, *io_key;
@@ -107,6 +108,7 @@ TEST_F(HalsimBoard, TheSuperIoPinsAndItsHardwareMonitorServeTheLibrary) {
   nlohmann::json board = control("board");
   EXPECT_EQ(board["leds"]["STATUS_GREEN_LED"], "on");
   EXPECT_EQ(board["leds"]["POWER_LED"], "blinking (engine 1)");
+  EXPECT_EQ(board["leds"]["IDENT_LED"], "on");
   EXPECT_EQ(board["configuration_mode"], false);
   EXPECT_EQ(board["fans"][1], (nlohmann::json{{"channel", 2}, {"rpm", 1900}, {"pwm", 255}}));
   unsigned rpm = 0;

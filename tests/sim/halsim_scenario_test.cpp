@@ -2,6 +2,7 @@
 // scenario is refused with a message that names it.
 #include <gtest/gtest.h>
 
+#include "sim/halsim/board_models.h"
 #include "sim/halsim/model_writer.h"
 #include "sim/halsim/scenario.h"
 #include "sim/halsim/scenario_util.h"
@@ -122,6 +123,7 @@ TEST(HalsimScenario, MistakesAreRefusedWithTheirReason) {
       {"unknown chip", kBase + "[superio]\nchip = W83627\n", "chip 'W83627'"},
       {"pin bit 8", kBase + "[superio]\nstatus_red_led = 58\n", "is not a pin"},
       {"pin of another chip", kBase + "[superio]\nchip = F81866A\nreset_button = 52\n", "not a pin of F81866A"},
+      {"held without a pin", kBase + "[superio]\nreset_button = 22\nheld = reset, eject\n", "held 'eject'"},
   };
   std::string base_error;
   EXPECT_TRUE(parse_scenario(kBase, base_error)) << base_error;
@@ -222,8 +224,10 @@ TEST(HalsimModel, TheBoardChipNamesTheUnitOfEveryBoardFunction) {
   EXPECT_EQ(conf.find("REDUNDANT_POWER_2"), std::string::npos);
   EXPECT_EQ(conf.find("SYSTEM_TEMP_UNIT"), std::string::npos);  // no system sensors fitted
 
-  auto sio = parse_scenario(kBase + "[superio]\ntemps = 40, 30\nfans = 2000, 1500, 1500\nstatus_red_led = 52\n", error);
+  auto sio = parse_scenario(kBase + "[superio]\ntemps = 40, 30\nfans = 2000, 1500, 1500\nstatus_red_led = 52\n"
+                                    "case_cover = 24\nheld = case_cover\n", error);
   ASSERT_TRUE(sio) << error;
+  EXPECT_EQ(BoardModels(*sio).status()["buttons"]["CASE_COVER"], true);  // open from power-on
   conf = model_conf_text(*sio);
   for (const char* want : {"SIO_DEVICE = IT87\n", "CPU_TEMP_UNIT = SIO:1\n", "SYSTEM_TEMP_UNIT = SIO:2\n",
                            "[CPU FAN]\nFAN_UNIT = SIO\nFAN_1 = I1\n",

@@ -103,33 +103,6 @@ TEST_F(PdEndToEnd, EnclosureScanRegistersEveryDiskThatAnswersIo) {
   EXPECT_EQ(root.calls("pd_attach"), (std::vector<std::string>{"0 1 /dev/sda", "0 4 /dev/sdd"}));
 }
 
-TEST_F(PdEndToEnd, SasPathTellsExpanderFromDirectAttachment) {
-  std::string bridge = b.pci_bridge("0000:00:01.0", 1);
-  std::string pci = b.pci_device("0000:01:00.0", bridge,
-                                 sim::PciSpec(0x1000, 0x0097, 0x010700, "mpt3sas"));
-  auto hba = b.sas_hba(pci, 6, {0, 1, 2, 3, 4, 5, 6, 7});
-  b.sas_direct_disk(hba, {0}, sim::EndDeviceSpec("0x5000c500a0000001"),
-                    BlockSpec("sdm").with_sg(10).with_size(1000000));
-  auto exp = b.sas_expander(hba, {4, 5, 6, 7}, 24);
-  b.sas_expander_disk(exp, 10, sim::EndDeviceSpec("0x5000c500a0000004", 10, "0x500"),
-                      BlockSpec("sdn").with_sg(11).with_size(1000000));
-  root.write("/etc/model.conf",
-             "[System Disk 1]\nDEV_BUS = 00:01.0\nDEV_PORT = 0\n"
-             "[System Disk 2]\nDEV_BUS = 00:01.0\nDEV_PORT = 10\n");
-  for (int sg : {10, 11}) {
-    root.write("/sys/class/scsi_generic/sg" + std::to_string(sg) + "/device/iorequest_cnt",
-               "0x100\n");
-  }
-  ASSERT_EQ(PD_Sys_Attach("root", "sdm"), 0);
-  ASSERT_EQ(PD_Sys_Attach("root", "sdn"), 0);
-  ASSERT_EQ(PD_Get_Id_By_Sys_Id(0, "sdm"), 1);
-  ASSERT_EQ(PD_Get_Id_By_Sys_Id(0, "sdn"), 2);
-  EXPECT_EQ(PD_Check_Attach_To_SAS_HBA_Directly(0, 1), 1);
-  EXPECT_EQ(PD_Is_Attached_Behind_SAS(0, 1), 0);
-  EXPECT_EQ(PD_Check_Attach_To_SAS_HBA_Directly(0, 2), 0);
-  EXPECT_EQ(PD_Is_Attached_Behind_SAS(0, 2), 1);
-}
-
 // Detaching an enclosure detaches its disks through the disk registry: their hooks run and
 // their records go to history (the appliance test sees only that the enclosure is gone).
 TEST_F(PdEndToEnd, EnclosureDetachCarriesItsDisksIntoHistory) {

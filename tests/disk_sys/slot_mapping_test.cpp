@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "disk_sys/comm_sys.h"
+#include "disk_sys/disk_backend.h"
 #include "disk_sys/root_lookup.h"
 #include "foundation/command_runner.h"
 #include "tests/disk_sys/disk_sys_fixture.h"
@@ -65,6 +66,14 @@ TEST_F(DiskSysTest, SasHbaDisksOnPhysAndBehindAnExpander) {
   EXPECT_EQ(port_of("root", "sde"), 3);
   EXPECT_EQ(port_of("root", "sdf"), 5);
   EXPECT_EQ(port_of("root", "sr0"), -1);
+  // Behind an expander or on the HBA itself, from the device's place in the tree.
+  for (auto [name, behind_direct] : {std::pair{"sdc", 1}, {"sdf", 1}, {"sde", 10}}) {
+    PD_INFO info;
+    ASSERT_EQ(pd_sys_getinfo("root", name, &info), 0) << name;
+    EXPECT_EQ(disk_backend().attached_behind_sas(info.pd_bus_name) * 10 +
+                  disk_backend().attached_to_sas_hba_directly(info.pd_bus_name),
+              behind_direct) << name;
+  }
 
   auto found = lookup_in_controller(resolve_controller(0, "00:01.0", "", -1, false), 3);
   ASSERT_EQ(found.size(), 1u);

@@ -88,12 +88,10 @@ class FakeBackend : public BoardServices, public McuServices, public SesServices
   FakeBackend() : board_(*this), mcu_(*this), ses_(*this) {}
 
   int pic_sys_start_monitor(const char* id, int flag) override {
-    calls.push_back("pic_start " + std::string(id) + " " + std::to_string(flag));
-    return monitor_result;
+    return note(monitor_result, "pic_start", id, flag);
   }
   int mcu_sys_start_monitor(const char* id, int flag) override {
-    calls.push_back("mcu_start " + std::string(id) + " " + std::to_string(flag));
-    return monitor_result;
+    return note(monitor_result, "mcu_start", id, flag);
   }
   int se_sys_get_board_sn(char* buf, int size) override {
     if (board_sn.empty()) return -1;
@@ -113,33 +111,23 @@ class FakeBackend : public BoardServices, public McuServices, public SesServices
     return 0;
   }
   int se_sys_set_7_segment_led(const char* id, int enc_id) override {
-    calls.push_back("7seg " + std::string(id) + " " + std::to_string(enc_id));
-    return 0;
+    return note(0, "7seg", id, enc_id);
   }
   int se_sys_get_fan_pwm_min_max(int region, int* min_pwm, int* max_pwm) override {
-    calls.push_back("minmax " + std::to_string(region));
     *min_pwm = pwm_min;
     *max_pwm = pwm_max;
-    return pwm_result;
+    return note(pwm_result, "minmax", region);
   }
   int hm_set_fan_speed_by_pwm(int enc_id, int fan, int pwm) override {
-    calls.push_back("pwm " + std::to_string(enc_id) + " " + std::to_string(fan) + " " +
-                    std::to_string(pwm));
-    return 0;
+    return note(0, "pwm", enc_id, fan, pwm);
   }
   int se_sys_set_buzzer(const char* id, int pattern) override {
-    calls.push_back("buzzer " + std::string(id) + " " + std::to_string(pattern));
-    return 7;
+    return note(7, "buzzer", id, pattern);
   }
   int se_sys_control_smp_phy(const char* bsg, int phy, int op) override {
-    calls.push_back("smp " + std::string(bsg) + " " + std::to_string(phy) + " " +
-                    std::to_string(op));
-    return 0;
+    return note(0, "smp", bsg, phy, op);
   }
-  int se_sys_set_reboot(const char* id) override {
-    calls.push_back("reboot " + std::string(id));
-    return reboot_result;
-  }
+  int se_sys_set_reboot(const char* id) override { return note(reboot_result, "reboot", id); }
   int hal_mb_is_temp_region_support(int* count) override {
     *count = temp_regions;
     return temp_regions > 0 ? 1 : 0;
@@ -153,6 +141,17 @@ class FakeBackend : public BoardServices, public McuServices, public SesServices
   int temp_regions = 0;
 
  private:
+  // Records "what arg arg..." and answers `result`.
+  template <typename... Args>
+  int note(int result, const char* what, const Args&... args) {
+    std::string line = what;
+    ((line += " ", line += text(args)), ...);
+    calls.push_back(line);
+    return result;
+  }
+  static std::string text(const char* s) { return s; }
+  static std::string text(int n) { return std::to_string(n); }
+
   ScopedBoardServices board_;
   ScopedMcuServices mcu_;
   ScopedSesServices ses_;

@@ -87,7 +87,7 @@ TEST_F(EncIdsTest, ThirtyTwoInternalEnclosuresExhaustTheInternalRange) {
             std::string::npos);
 }
 
-TEST_F(EncIdsTest, JbodKeepsItsIdAcrossUnplugEvenWhenLowerIdsAreFree) {
+TEST_F(EncIdsTest, JbodKeepsItsIdAcrossUnplugAndIdsInTheMapAreNotAvailable) {
   attach_root();
   SE_ENC_INFO a = jbod("5001020304050601", 1), b = jbod("5001020304050602", 2),
               c = jbod("5001020304050603", 3);
@@ -104,6 +104,15 @@ TEST_F(EncIdsTest, JbodKeepsItsIdAcrossUnplugEvenWhenLowerIdsAreFree) {
   EXPECT_TRUE(bit_set(kHalConf, 34));
   SE_ENC_INFO fresh = jbod("5001020304050609", 9);
   EXPECT_EQ(attach(fresh), 32);
+  // Remembered ids are not available; -1 asks whether any id up to the maximum is.
+  for (auto [id, available] : {std::pair{32, 0}, {35, 1}, {-1, 1}, {-3, 0}})
+    EXPECT_EQ(SE_Is_Id_Available(id), available) << id;
+  root.write("/etc/config/sysdef.conf", "[MISC]\nMax Enclosure Id = 2\n");
+  for (const char* n : {"root_a", "root_b"}) {
+    SE_ENC_INFO i = make_record(n, SE_CAP_INTERNAL, 1, "root");
+    attach(i);
+  }
+  EXPECT_EQ(SE_Is_Id_Available(-1), 0);
 }
 
 // Serials real units report, with what a store key cannot hold: each keeps its own id
@@ -261,22 +270,6 @@ TEST_F(EncIdsTest, RememberedEnclosureRefusedByTheStackRuleLeavesNoMark) {
   EXPECT_EQ(attach(lost), -1);
   EXPECT_FALSE(bit_set(kHalConf, 32));
   EXPECT_NE(trace_log(root).find("the parent stack id -1 is illegal"), std::string::npos);
-}
-
-TEST_F(EncIdsTest, IdAvailability) {
-  attach_root();
-  SE_ENC_INFO j = jbod("5001020304050601", 1);
-  ASSERT_EQ(attach(j), 32);
-  EXPECT_EQ(SE_Is_Id_Available(32), 0);
-  EXPECT_EQ(SE_Is_Id_Available(33), 1);
-  EXPECT_EQ(SE_Is_Id_Available(-1), 1);
-  EXPECT_EQ(SE_Is_Id_Available(-3), 0);
-  root.write("/etc/config/sysdef.conf", "[MISC]\nMax Enclosure Id = 2\n");
-  for (const char* n : {"root_a", "root_b"}) {
-    SE_ENC_INFO i = make_record(n, SE_CAP_INTERNAL, 1, "root");
-    attach(i);
-  }
-  EXPECT_EQ(SE_Is_Id_Available(-1), 0);
 }
 
 TEST_F(EncIdsTest, MapImportExportAndSync) {

@@ -335,7 +335,11 @@ TEST_F(SeQueryTest, ForwardersResolveTheIdentityAndPassArgumentsAndResults) {
   EXPECT_EQ(SE_Set_Buzzer(77, 3), -1);  // unknown enclosure: the back-end is not asked
   EXPECT_EQ(SE_Control_SMP_Phy(36, 5, 2), 0);
   EXPECT_EQ(SE_Control_SMP_Phy(0, 5, 2), -1);  // root has no bsg node
-  EXPECT_EQ(backend.calls, (Names{"buzzer 5000ccab0200947e 3", "smp expander-2:0 5 2"}));
+  EXPECT_EQ(SE_Reboot(), 0);  // the SAS enclosures only
+  EXPECT_EQ(backend.calls,
+            (Names{"buzzer 5000ccab0200947e 3", "smp expander-2:0 5 2", "reboot 5000ccab0200947e"}));
+  backend.reboot_result = -1;
+  EXPECT_EQ(se_reboot_sas_enclosure(36, nullptr) * 10 + se_reboot_sas_enclosure(0, nullptr), -20);
   uint32_t status = 0;
   EXPECT_EQ(SE_Get_Connector_Status(0, 1, nullptr), -1);
   EXPECT_EQ(SE_Get_Connector_Status(0, 1, &status), -1);
@@ -352,16 +356,6 @@ TEST_F(SeQueryTest, RealSysIdIsClearedOnlyWhenItMatches) {
   EXPECT_EQ(Clear_Real_Sys_Id_by_Enc_ID(0, "sg4"), 0);
   EXPECT_EQ(ini_get(kHalConf, "Enclosure_0", "real_sys_id"), "<absent>");
   EXPECT_EQ(Clear_Real_Sys_Id_by_Enc_ID(0, nullptr), -1);
-}
-
-TEST_F(SeQueryTest, RebootReachesSasEnclosuresOnly) {
-  populate();
-  FakeBackend backend;
-  EXPECT_EQ(SE_Reboot(), 0);
-  EXPECT_EQ(backend.calls, Names{"reboot 5000ccab0200947e"});
-  backend.reboot_result = -1;
-  EXPECT_EQ(se_reboot_sas_enclosure(36, nullptr), -2);
-  EXPECT_EQ(se_reboot_sas_enclosure(0, nullptr), 0);
 }
 
 }  // namespace

@@ -59,7 +59,13 @@ class PdAttach : public test::DiskTest {
   test::FakeRunner recorder;
 };
 
-TEST_F(PdAttach, UsbBridgeConfigurationUnitIsNeverRegistered) {
+// Refused disks leave no record and no device tag: bad arguments, a disk discovery does not
+// know, and the configuration unit or empty slot a USB bridge shows as a disk.
+TEST_F(PdAttach, RefusedDisksAreNeverRegistered) {
+  EXPECT_EQ(PD_Sys_Attach(nullptr, "sdb"), -1);
+  EXPECT_EQ(PD_Sys_Attach("nowhere", "sdb"), -1);
+  EXPECT_EQ(PD_Sys_Attach("root", "unknown-disk"), -1);
+  EXPECT_EQ(PD_Sys_Detach(nullptr, nullptr), -1);
   PD_INFO& lun = plug("sdd", -1, "CFG");
   disk::set_text(lun.vendor, "ASMT109x-");
   disk::set_text(lun.model, "Config Disk");
@@ -272,13 +278,6 @@ TEST_F(PdAttach, QueueLimitComesFromTheSystemConfiguration) {
   EXPECT_EQ(root.read("/sys/block/sdq/queue/max_sectors_kb"), "256\n");
   EXPECT_EQ(pd_sys_set_device_queue("/dev/../x"), -1);
   EXPECT_EQ(pd_sys_set_device_queue(nullptr), -1);
-}
-
-TEST_F(PdAttach, BadArgumentsFailCleanly) {
-  EXPECT_EQ(PD_Sys_Attach(nullptr, "sdb"), -1);
-  EXPECT_EQ(PD_Sys_Attach("nowhere", "sdb"), -1);
-  EXPECT_EQ(PD_Sys_Attach("root", "unknown-disk"), -1);  // discovery does not know it
-  EXPECT_EQ(PD_Sys_Detach(nullptr, nullptr), -1);
 }
 
 // Many processes attaching and detaching disks of several enclosures at once.

@@ -116,11 +116,18 @@ TEST_F(GetinfoTest, NvmeDiskFromIdentify) {
   EXPECT_EQ(info.pd_max_link_speed, kPcie16GT);
 }
 
-TEST_F(GetinfoTest, SilentDevicesAreDescribedFromSysfs) {
+TEST_F(GetinfoTest, SilentDevicesAndAnEmptyOpticalDriveAreDescribed) {
   b.ahci_disk(ports[1], BlockSpec("sdb", "ATA", "ST8000DM004-2CX1", "0001").with_size(15628053168ull));
   PD_INFO info;
   ASSERT_EQ(pd_sys_getinfo("root", "sdb", &info), 0);  // no model answers for /dev/sg*
   EXPECT_EQ(summary(info), "p2 t0 ATA|ST8000DM004-2CX1||0001 15628053168x512 r-1 c400 l3 ahci");  // rotation unknown (-1), not zero
+  // An optical drive without a disc is described, not refused.
+  b.ahci_disk(ports[2], BlockSpec("sr0", "HL-DT-ST", "DVD+-RW GH82N").with_type(5).with_sg(2)
+                            .as_removable());
+  models.add("/dev/sg2", std::make_shared<sim::OpticalDriveModel>(sim::OpticalSpec{}));
+  model_conf("[ODD Disk 1]\nDEV_BUS = 00:17.0\nDEV_PORT = 2\n");
+  ASSERT_EQ(pd_sys_getinfo("root_odd", "sr0", &info), 0);
+  EXPECT_EQ(summary(info), "p1 t0 HL-DT-ST|DVD+-RW GH82N||A101 0x512 r-1 c0 l3 ahci");
 }
 
 class UsbGetinfoTest : public DiskSysTest {
@@ -174,16 +181,6 @@ TEST_F(UsbGetinfoTest, UsbDiskBehindASatBridgeHasTheDrivesIdentityAndWithoutSatT
                              std::make_shared<sim::SataDiskModel>(sim::AtaDiskSpec{})));
   ASSERT_EQ(pd_sys_getinfo("root_usb", "sdd", &info), 0);
   EXPECT_EQ(summary(info), "p1 t2 JMicron|Generic|0123456789AB|0508 7814037168x512 r-1 c10 l8 xhci_pci");
-}
-
-TEST_F(GetinfoTest, OpticalDriveWithoutDiscIsNotRefused) {
-  b.ahci_disk(ports[2], BlockSpec("sr0", "HL-DT-ST", "DVD+-RW GH82N").with_type(5).with_sg(2)
-                            .as_removable());
-  models.add("/dev/sg2", std::make_shared<sim::OpticalDriveModel>(sim::OpticalSpec{}));
-  model_conf("[ODD Disk 1]\nDEV_BUS = 00:17.0\nDEV_PORT = 2\n");
-  PD_INFO info;
-  ASSERT_EQ(pd_sys_getinfo("root_odd", "sr0", &info), 0);
-  EXPECT_EQ(summary(info), "p1 t0 HL-DT-ST|DVD+-RW GH82N||A101 0x512 r-1 c0 l3 ahci");
 }
 
 TEST_F(GetinfoTest, BadArgumentsAndUnknownDisks) {

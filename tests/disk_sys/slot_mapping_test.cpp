@@ -126,6 +126,9 @@ TEST_F(UsbSlotTest, PortDescribedOnlyForSuperSpeedFindsDisksOnlyThere) {
   // Both connections of one physical port.
   model_conf("[Usb Port 1]\nDEV_BUS = 00:14.0\nDEV_PORT_SS = 2\nDEV_PORT_NS = 2\n");
   EXPECT_THAT(enumerate("root_usb"), ElementsAre("sdy", "sdx"));
+  // The system disks themselves on USB, when the model says so.
+  model_conf("[System Enclosure]\nDISK_DRV_TYPE = usb\n[System Disk 1]\nDEV_BUS = 00:14.0\nDEV_PORT_SS = 2\n");
+  EXPECT_THAT(enumerate("root"), ElementsAre("sdy"));
 }
 
 TEST_F(UsbSlotTest, PortListsHubsAndLuns) {
@@ -139,13 +142,6 @@ TEST_F(UsbSlotTest, PortListsHubsAndLuns) {
   EXPECT_EQ(port_of("root_usb", "sdn"), 2001);
   EXPECT_THAT(comm_sys_get_each_usb_port("1-3, 7;9"), ElementsAre(1, 2, 3, 7, 9));
   EXPECT_THAT(comm_sys_get_each_usb_port("x,-1,2-1"), IsEmpty());
-}
-
-TEST_F(UsbSlotTest, SystemDisksOnUsbWhenTheModelSaysSo) {
-  model_conf(
-      "[System Enclosure]\nDISK_DRV_TYPE = usb\n"
-      "[System Disk 1]\nDEV_BUS = 00:14.0\nDEV_PORT_SS = 2\n");
-  EXPECT_THAT(enumerate("root"), ElementsAre("sdy"));
 }
 
 TEST_F(DiskSysTest, NvmeSlotsDirectBehindASwitchAndOnAnM2Card) {

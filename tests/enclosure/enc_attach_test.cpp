@@ -80,33 +80,23 @@ TEST_F(EncAttachTest, RootAttachRegistersScansAndTagsForUdev) {
   EXPECT_TRUE(disks.detaches.empty());
 }
 
-TEST_F(EncAttachTest, ParentIsAttachedFirst) {
+// A chained unit's parent is attached before it; a detach takes the children first.
+TEST_F(EncAttachTest, ParentIsAttachedFirstAndDetachTakesChildrenFirstWithTheirDisks) {
   FakeBackend backend;
-  attach_root();
-  std::string up = top_expander(1);
-  chained_expander(up, 9);
-  ASSERT_EQ(SE_Sys_Attach(id_of(9).c_str(), 0), 0);
-  int parent = se_lookup_id(id_of(1).c_str());
-  int child = se_lookup_id(id_of(9).c_str());
-  EXPECT_EQ(parent, 32);
-  EXPECT_EQ(child, 33);
-  EXPECT_EQ(se_get_stack_id(id_of(1).c_str()), 1);
-  EXPECT_EQ(se_get_stack_id(id_of(9).c_str()), 2);
-  EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHalConf, "Enclosure_32", "child_bitmap", 33));
-  EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHalConf, "Enclosure_0", "child_bitmap", 32));
-  EXPECT_EQ(backend.calls, (Names{"7seg " + id_of(1) + " 32", "7seg " + id_of(9) + " 33"}));
-}
-
-TEST_F(EncAttachTest, DetachTakesChildrenFirstWithTheirDisks) {
   attach_root();
   std::string up = top_expander(1);
   chained_expander(up, 7);
   chained_expander(up, 8);
   ASSERT_EQ(SE_Sys_Attach(id_of(7).c_str(), 0), 0);
-  ASSERT_EQ(SE_Sys_Attach(id_of(8).c_str(), 0), 0);
   int parent = se_lookup_id(id_of(1).c_str());
-  int c1 = se_lookup_id(id_of(7).c_str()), c2 = se_lookup_id(id_of(8).c_str());
-  ASSERT_EQ(parent, 32);
+  int c1 = se_lookup_id(id_of(7).c_str());
+  ASSERT_EQ(parent * 100 + c1, 3233);
+  EXPECT_EQ(se_get_stack_id(id_of(1).c_str()) * 10 + se_get_stack_id(id_of(7).c_str()), 12);
+  EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHalConf, "Enclosure_32", "child_bitmap", 33));
+  EXPECT_TRUE(Ini_Conf_Bitmap_Is_Bit_Set(kHalConf, "Enclosure_0", "child_bitmap", 32));
+  EXPECT_EQ(backend.calls, (Names{"7seg " + id_of(1) + " 32", "7seg " + id_of(7) + " 33"}));
+  ASSERT_EQ(SE_Sys_Attach(id_of(8).c_str(), 0), 0);
+  int c2 = se_lookup_id(id_of(8).c_str());
   for (int id : {parent, c1, c2})
     root.write("/etc/enclosure_" + std::to_string(id) + ".conf", "[Index]\npd_bitmap = 0x6\n");
   std::vector<std::string> seen;

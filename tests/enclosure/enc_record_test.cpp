@@ -84,7 +84,7 @@ TEST_F(EncRecordTest, ConditionalKeys) {
   }
 }
 
-TEST_F(EncRecordTest, ReadFillsDefaultsAndFailsOnlyForAMissingIdentity) {
+TEST_F(EncRecordTest, ReadFillsDefaultsStaysInsideTheRecordAndFailsOnlyWithoutIdentity) {
   Ini_Conf_Set_Field(kHalConf, "Enclosure_5", "enc_id", "5");
   Ini_Conf_Set_Field(kHalConf, "Enclosure_5", "enc_sys_id", "root_usb");
   SE_ENC_INFO info;
@@ -101,9 +101,8 @@ TEST_F(EncRecordTest, ReadFillsDefaultsAndFailsOnlyForAMissingIdentity) {
   EXPECT_EQ(no_id.max_disk_num, 12);
   EXPECT_EQ(se_read_conf(6, nullptr), -1);
   EXPECT_EQ(SE_Get_Info(7, &info), -1);  // no section at all
-}
 
-TEST_F(EncRecordTest, OversizedStoredCountsStayInsideTheRecord) {
+  // Oversized stored counts and texts stay inside the record.
   Ini_Conf_Set_Field(kHalConf, "Enclosure_2", "enc_id", "2");
   Ini_Conf_Set_Field(kHalConf, "Enclosure_2", "enc_sys_id", "root_x");
   Ini_Conf_Set_Field(kHalConf, "Enclosure_2", "max_conn_num", "40");
@@ -111,7 +110,7 @@ TEST_F(EncRecordTest, OversizedStoredCountsStayInsideTheRecord) {
                      "0x1,0x2,0x3,0x4,0x5,0x6,0x7,0x8,0x9,0xa,0xb,0xc");
   Ini_Conf_Set_Field(kHalConf, "Enclosure_2", "model",
                      "a model name that is much longer than forty-one bytes of room");
-  SE_ENC_INFO info = make_record("x");
+  info = make_record("x");
   info.saved_real_sys_id[0] = 'k';
   ASSERT_EQ(se_read_conf(2, &info), 0);
   EXPECT_EQ(info.conn_status[8], 9u);

@@ -32,50 +32,29 @@ inline std::string where(const board::Target& t) {
 template <board::Family F>
 board::Driver recording_driver() {
   using board::Target;
+  using std::to_string;
   static const std::string name(board::family_name(F));
+  static auto rec = [](const std::string& what) {
+    calls().log.push_back(name + " " + what);
+    return calls().result;
+  };
   board::Driver d{.name = name};
-  d.get_temp = [](const Target& t, double* c) {
-    calls().log.push_back(name + " temp " + where(t));
-    *c = calls().temp;
-    return calls().result;
-  };
-  d.set_fan_pwm = [](const Target& t, int pwm) {
-    calls().log.push_back(name + " pwm " + where(t) + "=" + std::to_string(pwm));
-    return calls().result;
-  };
-  d.set_fan_level = [](const Target& t, int level) {
-    calls().log.push_back(name + " level " + where(t) + "=" + std::to_string(level));
-    return calls().result;
-  };
+  d.get_temp = [](const Target& t, double* c) { return *c = calls().temp, rec("temp " + where(t)); };
+  d.set_fan_pwm = [](const Target& t, int v) { return rec("pwm " + where(t) + "=" + to_string(v)); };
+  d.set_fan_level = [](const Target& t, int v) { return rec("level " + where(t) + "=" + to_string(v)); };
   d.set_status_led = [](const Target& t, int led, int on) {
-    calls().log.push_back(name + " led " + std::to_string(led) + "=" + std::to_string(on) +
-                          (t.channel >= 0 ? " @" + std::to_string(t.channel) : ""));
-    return calls().result;
+    return rec("led " + to_string(led) + "=" + to_string(on) +
+               (t.channel >= 0 ? " @" + to_string(t.channel) : ""));
   };
   d.blink_status_led = [](const Target&, int led, int on) {
-    calls().log.push_back(name + " blink " + std::to_string(led) + "=" + std::to_string(on));
-    return calls().result;
+    return rec("blink " + to_string(led) + "=" + to_string(on));
   };
-  d.send_command = [](const Target&, int cmd) {
-    calls().log.push_back(name + " cmd " + std::to_string(cmd));
-    return calls().result;
-  };
-  d.set_power_recovery = [](const Target&, int mode) {
-    calls().log.push_back(name + " recovery " + std::to_string(mode));
-    return calls().result;
-  };
-  d.beep = [](const Target&, int mode) {
-    calls().log.push_back(name + " beep " + std::to_string(mode));
-    return calls().result;
-  };
-  d.set_led_brightness = [](const Target&, int percent) {
-    calls().log.push_back(name + " brightness " + std::to_string(percent));
-    return calls().result;
-  };
+  d.send_command = [](const Target&, int cmd) { return rec("cmd " + to_string(cmd)); };
+  d.set_power_recovery = [](const Target&, int mode) { return rec("recovery " + to_string(mode)); };
+  d.beep = [](const Target&, int mode) { return rec("beep " + to_string(mode)); };
+  d.set_led_brightness = [](const Target&, int pct) { return rec("brightness " + to_string(pct)); };
   d.get_button = [](const Target& t, board::Button, int* pressed) {
-    calls().log.push_back(name + " button " + where(t));
-    *pressed = 1;
-    return calls().result;
+    return *pressed = 1, rec("button " + where(t));
   };
   return d;
 }

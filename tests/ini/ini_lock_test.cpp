@@ -80,17 +80,20 @@ TEST_F(IniLock, HolderGetsAndSetsWithoutDeadlockOrLosingTheLock) {
   EXPECT_FALSE(root.exists("/tmp/.px_lock_file.lck"));
 }
 
-TEST_F(IniLock, NestedTakeBySameThread) {
+TEST_F(IniLock, NestingBadHandlesAndAHeldLockFile) {
   INI_CONF_LOCK* outer = Ini_Conf_Write_Lock_File(kFile);
   INI_CONF_LOCK* inner = Ini_Conf_Write_Lock_File(kFile);
   ASSERT_NE(outer, nullptr);
   ASSERT_NE(inner, nullptr);
   EXPECT_EQ(Ini_Conf_Unlock_File(inner), 0);
   EXPECT_GT(Ini_Conf_Set_Field(kFile, "s", "k", "v"), 0);
+  // Held: neither this thread nor another may delete its file.
+  EXPECT_LT(Ini_Conf_Remove_LCK_File(kFile), 0);
+  std::thread other([] { EXPECT_LT(Ini_Conf_Remove_LCK_File(kFile), 0); });
+  other.join();
+  EXPECT_TRUE(root.exists("/tmp/.px_lock_file.lck"));
   EXPECT_EQ(Ini_Conf_Unlock_File(outer), 0);
-}
 
-TEST_F(IniLock, BadHandlesAreRefused) {
   EXPECT_EQ(Ini_Conf_Write_Lock_File(nullptr), nullptr);
   EXPECT_EQ(Ini_Conf_Write_Lock_File(""), nullptr);
   EXPECT_EQ(Ini_Conf_Write_Lock_File("/no/such/dir/file"), nullptr);
@@ -98,16 +101,6 @@ TEST_F(IniLock, BadHandlesAreRefused) {
   EXPECT_EQ(MVC_Lock_File_Removable_After_Unlock(nullptr), 0);
   EXPECT_LT(Ini_Conf_Remove_LCK_File(nullptr), 0);
   EXPECT_EQ(Ini_Conf_Remove_LCK_File("/tmp/never_locked"), 0);
-}
-
-TEST_F(IniLock, HeldLockFileIsNotDeleted) {
-  INI_CONF_LOCK* lock = Ini_Conf_Write_Lock_File(kFile);
-  ASSERT_NE(lock, nullptr);
-  EXPECT_LT(Ini_Conf_Remove_LCK_File(kFile), 0);
-  std::thread other([] { EXPECT_LT(Ini_Conf_Remove_LCK_File(kFile), 0); });
-  other.join();
-  EXPECT_TRUE(root.exists("/tmp/.px_lock_file.lck"));
-  Ini_Conf_Unlock_File(lock);
 }
 
 TEST_F(IniLock, RemovableOnlyWithoutWaiters) {

@@ -95,4 +95,11 @@ std::string fru_string(const FruBoard& b) {
   return {i.begin(), i.end()};
 }
 
+Bytes cmos_block(char signature, const Bytes& units, int fix) {
+  Bytes b{static_cast<uint8_t>(signature), static_cast<uint8_t>(units.size())};
+  b.insert(b.end(), units.begin(), units.end());
+  b.push_back(static_cast<uint8_t>(zero_sum_byte(b, 0, b.size()) + fix));
+  return b;
+}
+
 }  // namespace bayhal::test

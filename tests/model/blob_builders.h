@@ -50,4 +50,8 @@ struct FruBoard {
 Bytes fru_image(const FruBoard& b);
 std::string fru_string(const FruBoard& b);
 
+// A mapping block of CMOS bank 1 as the firmware leaves it: signature, count, units and a
+// zero-sum checksum (off by `fix`).
+Bytes cmos_block(char signature, const Bytes& units, int fix = 0);
+
 }  // namespace bayhal::test

@@ -7,6 +7,7 @@
 #include "sim/cmos_model.h"
 #include "sim/port_bus.h"
 #include "tests/foundation/trace_fixture.h"
+#include "tests/model/blob_builders.h"
 
 namespace bayhal {
 namespace {
@@ -14,13 +15,8 @@ namespace {
 class CmosMapping : public test::TraceTest {
  protected:
   CmosMapping() : ports(bus) { cmos.attach_to(bus); }
-  void block(uint8_t offset, uint8_t sig, std::vector<uint8_t> units, int fix = 0) {
-    std::vector<uint8_t> b{sig, static_cast<uint8_t>(units.size())};
-    b.insert(b.end(), units.begin(), units.end());
-    uint8_t sum = 0;
-    for (uint8_t x : b) sum = static_cast<uint8_t>(sum + x);
-    b.push_back(static_cast<uint8_t>(0x100 - sum + fix));
-    cmos.put(1, offset, b);
+  void block(uint8_t offset, char sig, const test::Bytes& units, int fix = 0) {
+    cmos.put(1, offset, test::cmos_block(sig, units, fix));
   }
   sim::PortBus bus;
   sim::CmosModel cmos;
@@ -44,8 +40,8 @@ TEST_F(CmosMapping, GoodBlocksReadAsUnitLists) {
 TEST_F(CmosMapping, DamagedOrMissingBlocksAreRefused) {
   struct Case {
     const char* why;
-    uint8_t sig;
-    std::vector<uint8_t> units;
+    char sig;
+    test::Bytes units;
     int fix;
   } cases[] = {
       {"erased", 0, {}, 0},

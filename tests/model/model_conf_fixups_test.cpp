@@ -119,23 +119,13 @@ TEST_F(Fixups, VirtualMachineDescribesItsParavirtualDisks) {
   EXPECT_FALSE(run("virtual disks").changed);
 }
 
-// A mapping block in CMOS bank 1 as the firmware leaves it.
-void put_block(sim::CmosModel& cmos, uint8_t offset, char sig, std::vector<uint8_t> units) {
-  std::vector<uint8_t> b{static_cast<uint8_t>(sig), static_cast<uint8_t>(units.size())};
-  b.insert(b.end(), units.begin(), units.end());
-  uint8_t sum = 0;
-  for (uint8_t x : b) sum = static_cast<uint8_t>(sum + x);
-  b.push_back(static_cast<uint8_t>(0x100 - sum));
-  cmos.put(1, offset, b);
-}
-
 TEST_F(Fixups, DynamicMappingsComeFromCmosOnlyWhenAsked) {
   sim::PortBus bus;
   sim::CmosModel cmos;
   cmos.attach_to(bus);
   ScopedPortIo ports(bus);
-  put_block(cmos, 0x40, 'P', {2, 1});
-  put_block(cmos, 0x58, 'D', {1, 2, 4, 3, 5, 6, 8, 7});
+  cmos.put(1, 0x40, test::cmos_block('P', {2, 1}));
+  cmos.put(1, 0x58, test::cmos_block('D', {1, 2, 4, 3, 5, 6, 8, 7}));
   EXPECT_FALSE(run("pcie slot mapping").changed);
   EXPECT_EQ(get("System Enclosure", "PCIE_SLOT_MAPPING_UNIT"), "<absent>");
 

@@ -4,55 +4,32 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
-#include <thread>
 
-#include "board/dispatch/caches.h"
 #include "board/dispatch/se_sys.h"
 #include "board/drivers/ec/ec.h"
-#include "board/drivers/sio/sio.h"
 #include "bayhal/model_conf.h"
-#include "sim/halsim/daemon.h"
-#include "tests/support/sandbox_root.h"
-#include "transport/transport_frame.h"
+#include "tests/sim/halsim_fixture.h"
 
 namespace bayhal {
 namespace {
 
-class HalsimBoard : public test::SandboxTest {
+class HalsimBoard : public test::HalsimDaemonTest {
  protected:
-  void serve(const char* scenario) {
-    std::string error;
-    auto sc = sim::halsim::load_scenario(std::string(BAYHAL_SOURCE_DIR) + "/examples/appliances/" + scenario, error);
-    ASSERT_TRUE(sc) << error;
-    daemon = std::make_unique<sim::halsim::Daemon>(root.dir(), std::move(*sc));
-    ASSERT_EQ(daemon->start(), "");
-    server = std::thread([this] { daemon->serve(); });
-    sio_reset_caches();
-    board::reset_board_caches();
+  nlohmann::json answer(const std::string& request) {
+    std::string reply = control(request);
+    return reply.empty() ? nlohmann::json() : nlohmann::json::parse(reply);
   }
-  void TearDown() override {
-    if (daemon) daemon->request_stop();
-    if (server.joinable()) server.join();
-  }
-  nlohmann::json control(const std::string& text) {
-    bool stop = false;
-    auto reply = frame::parse_control_reply(daemon->handle(frame::control_message(text), stop));
-    return reply ? nlohmann::json::parse(reply->second) : nlohmann::json();
-  }
-
-  std::unique_ptr<sim::halsim::Daemon> daemon;
-  std::thread server;
 };
 
 TEST_F(HalsimBoard, TheEmbeddedControllerAnswersOverTheSocket) {
-  serve("sample.ini");
+  serve();
   ASSERT_EQ(se_sys_setup_model_conf(nullptr), 0);  // the family's file links to this board's
   double t = 0;
   ASSERT_EQ(board::se_sys_get_temp("root", 0, &t), 0);
   EXPECT_EQ(t, 47.0);
   ASSERT_EQ(ec_sys_set_fan_speed(6, 255), 0);
   ASSERT_EQ(board::se_sys_blink_status_led("root", 0, 1), 0);
-  nlohmann::json board = control("board");
+  nlohmann::json board = answer("board");
   EXPECT_EQ(board["status_led"], "red blinking");
   EXPECT_EQ(board["fans"][2], (nlohmann::json{{"index", 6}, {"rpm", 3200}}));
   EXPECT_EQ(board["protocol_errors"], 0);
@@ -70,10 +47,10 @@ TEST_F(HalsimBoard, TheEmbeddedControllerAnswersOverTheSocket) {
   EXPECT_EQ(status, 0);
   ASSERT_EQ(board::se_sys_get_usb_button("root", &pressed), 0);
   // Every access is logged under the process that made it.
-  nlohmann::json log = control("board log 4");
+  nlohmann::json log = answer("board log 4");
   ASSERT_EQ(log["accesses"].size(), 4u);
   EXPECT_EQ(log["accesses"][3], (nlohmann::json{::getpid(), 0x68, "in", 0x04}));
-  EXPECT_EQ(control("press power")["error"], "the board has no button 'power'");
+  EXPECT_EQ(answer("press power")["error"], "the board has no button 'power'");
 }
 
 TEST_F(HalsimBoard, TheSuperIoPinsAndItsHardwareMonitorServeTheLibrary) {
@@ -94,18 +71,18 @@ TEST_F(HalsimBoard, TheSuperIoPinsAndItsHardwareMonitorServeTheLibrary) {
                 {"case_cover", "CASE_COVER", board::se_sys_get_case_status}};
   for (const Input& in : inputs)
     for (bool down : {true, false}) {
-      ASSERT_EQ(control(std::string(down ? "press " : "release ") + in.name)["pressed"], down) << in.name;
+      ASSERT_EQ(answer(std::string(down ? "press " : "release ") + in.name)["pressed"], down) << in.name;
       int state = -1;
       ASSERT_EQ(in.read("root", &state), 0) << in.name;
       EXPECT_EQ(state, down ? 1 : 0) << in.name;
-      EXPECT_EQ(control("board")["buttons"][in.io_key], down) << in.name;
+      EXPECT_EQ(answer("board")["buttons"][in.io_key], down) << in.name;
     }
   double t = 0;
   ASSERT_EQ(board::se_sys_get_temp("root", 0, &t), 0);  // CPU: hwmon channel 1
   EXPECT_EQ(t, 44.0);
   // The fan turns as fast as the PWM the library writes.
   ASSERT_EQ(sio_sys_set_fan_pwm(2, 255), 0);
-  nlohmann::json board = control("board");
+  nlohmann::json board = answer("board");
   EXPECT_EQ(board["leds"]["STATUS_GREEN_LED"], "on");
   EXPECT_EQ(board["leds"]["POWER_LED"], "blinking (engine 1)");
   EXPECT_EQ(board["leds"]["IDENT_LED"], "on");

@@ -4,13 +4,11 @@
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
-#include <thread>
 
 #include "disk_sys/device_commands.h"
 #include "disk_sys/scsi_pages.h"
 #include "transport/transport_frame.h"
-#include "sim/halsim/daemon.h"
-#include "tests/support/sandbox_root.h"
+#include "tests/sim/halsim_fixture.h"
 
 namespace bayhal {
 namespace {
@@ -134,31 +132,11 @@ TEST(HalsimFrames, MalformedBytesAreRefused) {
   EXPECT_FALSE(frame::parse_control(std::vector<uint8_t>{frame::kControlReply}));
 }
 
-// A daemon serving the sample appliance in this process; the library reaches it as any other
-// process would, through HAL_ROOT and the socket. (What each simulated disk answers through it
-// is the appliance test's: tests/tools/appliance_test.cpp boots the library over the socket.)
-class HalsimSocket : public test::SandboxTest {
+// What each simulated disk answers through the socket is the appliance test's
+// (tests/tools/appliance_test.cpp boots the library over it).
+class HalsimSocket : public test::HalsimDaemonTest {
  protected:
-  void SetUp() override {
-    std::string error;
-    auto sc = sim::halsim::load_scenario(std::string(BAYHAL_SOURCE_DIR) + "/examples/appliances/sample.ini", error);
-    ASSERT_TRUE(sc) << error;
-    daemon = std::make_unique<sim::halsim::Daemon>(root.dir(), std::move(*sc));
-    ASSERT_EQ(daemon->start(), "");
-    server = std::thread([this] { daemon->serve(); });
-  }
-  void TearDown() override {
-    if (daemon) daemon->request_stop();
-    if (server.joinable()) server.join();
-  }
-  std::string control(const std::string& text) {
-    bool stop = false;
-    auto reply = frame::parse_control_reply(daemon->handle(frame::control_message(text), stop));
-    return reply ? reply->second : "";
-  }
-
-  std::unique_ptr<sim::halsim::Daemon> daemon;
-  std::thread server;
+  void SetUp() override { serve(); }
 };
 
 TEST_F(HalsimSocket, PulledDiskStopsAnsweringAndReturns) {

@@ -16,14 +16,8 @@ class BoardDispatchTest : public BoardTest {};
 TEST_F(BoardDispatchTest, TemperaturesOutsideTheMapFailAndLeaveZero) {
   Recording<Family::kEc> ec;
   model("[System Enclosure]\nCPU_TEMP_UNIT = EC\nENV_TEMP_UNIT = EC\n");
-  for (int index : {3, 39, -1, 12}) {
-    double t = 99;
-    EXPECT_EQ(se_sys_get_temp("root", index, &t), -1) << index;
-    EXPECT_EQ(t, 0.0) << index;
-  }
-  double t = 0;
-  EXPECT_EQ(se_sys_get_temp("root", 38, &t), 0);
-  EXPECT_EQ(t, 40.0);
+  for (int index : {3, 39, -1, 12}) EXPECT_EQ(temp(index), "-1 0") << index;
+  EXPECT_EQ(temp(38), "0 40");
   EXPECT_EQ(calls().log, (Log{"EC temp 38/38"}));
 }
 
@@ -56,16 +50,16 @@ TEST_F(BoardDispatchTest, CachesResolveOnceAndRememberWhatIsUnsupported) {
   Recording<Family::kEc> ec;
   Recording<Family::kDts> dts;
   model("[System Enclosure]\nCPU_TEMP_UNIT = EC\n");
-  double t = 0;
-  EXPECT_EQ(se_sys_get_temp("root", 0, &t), 0);
-  EXPECT_EQ(se_sys_get_temp("root", 5, &t), -1);  // no SYSTEM_TEMP_UNIT: unsupported
+  // No SYSTEM_TEMP_UNIT: index 5 is unsupported, and stays so while the process lives.
+  EXPECT_EQ(temp(0), "0 40");
+  EXPECT_EQ(temp(5), "-1 0");
   model("[System Enclosure]\nCPU_TEMP_UNIT = DTS:1\nSYSTEM_TEMP_UNIT = EC\n");
-  EXPECT_EQ(se_sys_get_temp("root", 0, &t), 0);
-  EXPECT_EQ(se_sys_get_temp("root", 5, &t), -1);
+  EXPECT_EQ(temp(0), "0 40");
+  EXPECT_EQ(temp(5), "-1 0");
   EXPECT_EQ(calls().log, (Log{"EC temp 0/0", "EC temp 0/0"}));
   fresh_process();
-  EXPECT_EQ(se_sys_get_temp("root", 0, &t), 0);
-  EXPECT_EQ(se_sys_get_temp("root", 5, &t), 0);
+  EXPECT_EQ(temp(0), "0 40");
+  EXPECT_EQ(temp(5), "0 40");
   EXPECT_EQ(calls().log, (Log{"DTS temp 0/1", "EC temp 5/5"}));
 }
 

@@ -6,6 +6,7 @@
 
 #include "board/dispatch/caches.h"
 #include "board/dispatch/fan_levels.h"
+#include "board/dispatch/se_sys.h"
 #include "board/driver.h"
 #include "foundation/err_trace.h"
 #include "foundation/store_files.h"
@@ -79,6 +80,25 @@ class BoardTest : public SandboxTest {
     calls() = Calls{};
   }
   std::string trace() const { return root.read(trace_log_path()); }
+  // One reading of the root enclosure as "rc value[ value]", so a row states both at once.
+  static std::string temp(int index) {
+    double t = -99;
+    int rc = board::se_sys_get_temp("root", index, &t);
+    return std::to_string(rc) + " " + std::to_string(static_cast<int>(t));
+  }
+  static std::string fan(int index) {
+    unsigned rpm = 99;
+    int status = -99, rc = board::se_sys_get_fan_speed("root", index, &rpm, &status);
+    return std::to_string(rc) + " " + std::to_string(rpm) + " " + std::to_string(status);
+  }
+  static std::string pwm(int index) {
+    int v = -99, rc = board::se_sys_get_fan_pwm("root", index, &v);
+    return std::to_string(rc) + " " + std::to_string(v);
+  }
+  static std::string psu(int n) {
+    int status = -99, rc = board::se_sys_get_power_supply_status("root", n, &status);
+    return std::to_string(rc) + " " + std::to_string(status);
+  }
   bool traced(const std::string& text) const { return trace().find(text) != std::string::npos; }
 };
 

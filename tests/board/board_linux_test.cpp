@@ -37,36 +37,13 @@ TEST_F(BoardLinuxTest, I2cSensorsSuppliesAndFanControllers) {
   bus.attach(3, 0x52, fans);
   ScopedI2cBus scoped(bus);
 
-  double t = 0;
-  EXPECT_EQ(se_sys_get_temp("root", 15, &t), 0);
-  EXPECT_EQ(t, 41.0);
-  t = 7;
-  EXPECT_EQ(se_sys_get_temp("root", 16, &t), -1);
-  EXPECT_EQ(t, 0.0);
-  EXPECT_EQ(se_sys_get_temp("root", 10, &t), 0);
-  EXPECT_EQ(t, 45.0);
-  EXPECT_EQ(se_sys_get_temp("root", 11, &t), 0);  // the second supply reports its default
-
-  int status = 7;
-  EXPECT_EQ(se_sys_get_power_supply_status("root", 1, &status), 0);
-  EXPECT_EQ(status, 0);
-  EXPECT_EQ(se_sys_get_power_supply_status("root", 2, &status), 0);
-  EXPECT_EQ(status, -1);
-
+  // Sensor 16 reads 255 (nothing wired); the second supply reports its default.
+  EXPECT_EQ(temp(15) + "|" + temp(16) + "|" + temp(10) + "|" + temp(11), "0 41|-1 0|0 45|0 30");
+  EXPECT_EQ(psu(1) + "|" + psu(2), "0 0|0 -1");
   EXPECT_EQ(se_sys_set_fan_speed("root", 0, 2), 0);  // 128 of 255: 50 percent
   EXPECT_FALSE(fans.page(0).rpm_mode);
-  unsigned rpm = 0;
-  int pwm = 0;
-  EXPECT_EQ(se_sys_get_fan_speed("root", 0, &rpm, &status), 0);
-  EXPECT_EQ(rpm, 2000u);
-  EXPECT_EQ(status, 0);
-  EXPECT_EQ(se_sys_get_fan_pwm("root", 0, &pwm), 0);
-  EXPECT_EQ(pwm, 127);
-  EXPECT_EQ(se_sys_get_fan_speed("root", 1, &rpm, &status), 0);
-  EXPECT_EQ(status, 1);
-  EXPECT_EQ(se_sys_get_fan_speed("root", 10, &rpm, &status), 0);
-  EXPECT_EQ(rpm, 3000u);
-  EXPECT_EQ(se_sys_get_fan_pwm("root", 10, &pwm), -1);
+  EXPECT_EQ(fan(0) + "|" + pwm(0) + "|" + fan(1), "0 2000 0|0 127|0 0 1");
+  EXPECT_EQ(fan(10) + "|" + pwm(10), "0 3000 0|-1 -1");
   EXPECT_TRUE(traced("Cannot get POWER FAN PWM."));
 }
 
@@ -75,18 +52,15 @@ TEST_F(BoardLinuxTest, GpioButtonsAndPowerGoodLines) {
   sim::GpioModel gpio;
   gpio.add_chip("/dev/gpiochip0", 32);
   ScopedGpioLines scoped(gpio);
-  int state = 0, status = 0;
+  int state = 0;
   EXPECT_EQ(se_sys_get_reset_button("root", &state), 0);
   EXPECT_EQ(state, 0);
   gpio.set_level("/dev/gpiochip0", 4, false);  // pressed: pulled low
   EXPECT_EQ(se_sys_get_reset_button("root", &state), 0);
   EXPECT_EQ(state, 1);
-  EXPECT_EQ(se_sys_get_power_supply_status("root", 1, &status), 0);
-  EXPECT_EQ(status, 0);
+  EXPECT_EQ(psu(1), "0 0");
   gpio.set_level("/dev/gpiochip0", 7, false);
-  EXPECT_EQ(se_sys_get_power_supply_status("root", 1, &status), 0);
-  EXPECT_EQ(status, -1);
-  EXPECT_EQ(se_sys_get_power_supply_status("root", 2, &status), -1);  // no such line
+  EXPECT_EQ(psu(1) + "|" + psu(2).substr(0, 2), "0 -1|-1");  // no line 40
 }
 
 TEST_F(BoardLinuxTest, CpuSensorsReadCoretempAndThermalZones) {
@@ -97,15 +71,12 @@ TEST_F(BoardLinuxTest, CpuSensorsReadCoretempAndThermalZones) {
   root.write("/sys/class/thermal/thermal_zone2/temp", "47500\n");
   struct Row {
     const char* unit;
-    int rc;
-    double celsius;
-  } rows[] = {{"DTS:1", 0, 52}, {"THERMAL_ZONE:2", 0, 47}, {"DTS:3", -1, 0}, {"THERMAL_ZONE:0", -1, 0}};
+    const char* reading;
+  } rows[] = {{"DTS:1", "0 52"}, {"THERMAL_ZONE:2", "0 47"}, {"DTS:3", "-1 0"}, {"THERMAL_ZONE:0", "-1 0"}};
   for (const Row& r : rows) {
     fresh_process();
     model(std::string("[System Enclosure]\nCPU_TEMP_UNIT = ") + r.unit + "\n");
-    double t = 9;
-    EXPECT_EQ(se_sys_get_temp("root", 0, &t), r.rc) << r.unit;
-    EXPECT_EQ(t, r.celsius) << r.unit;
+    EXPECT_EQ(temp(0), r.reading) << r.unit;
   }
 }
 

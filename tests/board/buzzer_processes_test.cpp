@@ -1,7 +1,6 @@
 // Two processes sounding the buzzer at once: the second waits on the record lock of
 // /var/lock/buzzer.lck until the first one's whole pattern has played.
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -11,6 +10,7 @@
 #include "board/dispatch/se_sys.h"
 #include "foundation/clock.h"
 #include "tests/board/board_fixture.h"
+#include "tests/support/child_process.h"
 
 namespace bayhal::test {
 namespace {
@@ -38,13 +38,11 @@ int beep(const board::Target&, int mode) {
 class BuzzerProcesses : public BoardTest {
  protected:
   pid_t sound(char who, int pattern, bool hold) {
-    pid_t pid = ::fork();
-    if (pid == 0) {
+    return spawn([=] {
       g.who = who;
       g.hold = hold;
-      ::_exit(board::se_sys_set_buzzer("root", pattern) == 0 ? 0 : 1);
-    }
-    return pid;
+      return board::se_sys_set_buzzer("root", pattern) == 0 ? 0 : 1;
+    });
   }
   std::string log() const { return root.read("/tmp/beeps"); }
   // The second process is queued on the lock when the kernel lists a waiter ("->").
@@ -63,26 +61,20 @@ TEST_F(BuzzerProcesses, TheSecondPlaysAfterTheFirstNeverInterleaved) {
   board::ScopedDriver installed(board::Family::kBeeper, beeper);
   VirtualClock clk;
   ScopedClock scoped(clk);
-  int gate[2];
-  ASSERT_EQ(::pipe(gate), 0);
+  Pipe gate;
   root.write("/tmp/beeps", "");
   g.log_fd = ::open(root.path("/tmp/beeps").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
-  g.gate_fd = gate[0];
+  g.gate_fd = gate.fd[0];
 
   pid_t first = sound('A', 8, true);  // long, long, long
   while (log().empty()) ::usleep(1000);
   pid_t second = sound('B', 2, false);  // short, short, short
   for (int i = 0; i < 5000 && !someone_waits() && log().size() < 4; ++i) ::usleep(1000);
   EXPECT_EQ(log(), "A1");  // still holding: the second has not beeped
-  ASSERT_EQ(::write(gate[1], "x", 1), 1);
-  for (pid_t pid : {first, second}) {
-    int status = 0;
-    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  }
+  ASSERT_TRUE(gate.put(1));
+  EXPECT_EQ(join(first), 0);
+  EXPECT_EQ(join(second), 0);
   EXPECT_EQ(log(), "A1A1A1B0B0B0");
-  ::close(gate[0]);
-  ::close(gate[1]);
   ::close(g.log_fd);
 }
 

@@ -2,7 +2,6 @@
 // must cover the size check, the rename and the append: otherwise two writers rotate
 // twice (a backup overwritten, lines lost) or lines tear into each other.
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <map>
@@ -12,6 +11,7 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "tests/foundation/trace_fixture.h"
+#include "tests/support/child_process.h"
 
 namespace bayhal {
 namespace {
@@ -51,32 +51,21 @@ struct Report {
 class ErrTraceProcesses : public test::TraceTest {};
 
 TEST_F(ErrTraceProcesses, ConcurrentWritersLoseNoLineAcrossOneRotation) {
-  int start[2], report[2];
-  ASSERT_EQ(::pipe(start), 0);
-  ASSERT_EQ(::pipe(report), 0);
+  test::Pipe start, report;
   std::vector<pid_t> pids;
-  for (int id = 0; id < kWriters; ++id) {
-    pid_t pid = ::fork();
-    ASSERT_GE(pid, 0);
-    if (pid == 0) {
-      ::close(start[1]);
-      ::close(report[0]);
-      writer(id, start[0], report[1], root.path(kBak));
-    }
-    pids.push_back(pid);
-  }
-  ::close(start[0]);
-  ::close(report[1]);
-  ::close(start[1]);  // go
+  for (int id = 0; id < kWriters; ++id)
+    pids.push_back(test::spawn([&, id] {
+      start.close_write();
+      report.close_read();
+      writer(id, start.fd[0], report.fd[1], root.path(kBak));
+      return 0;
+    }));
+  start.close_write();  // go
+  report.close_write();
   std::map<int, Report> reports;
-  Report r{};
-  while (::read(report[0], &r, sizeof r) == static_cast<ssize_t>(sizeof r)) reports[r.writer] = r;
-  ::close(report[0]);
-  for (pid_t pid : pids) {
-    int status = 0;
-    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  }
+  for (Report r{}; ::read(report.fd[0], &r, sizeof r) == static_cast<ssize_t>(sizeof r);)
+    reports[r.writer] = r;
+  for (pid_t pid : pids) EXPECT_EQ(test::join(pid), 0);
   ASSERT_EQ(reports.size(), static_cast<size_t>(kWriters));
 
   // The backup is the log as it stood when the first line took it over the limit.

@@ -47,7 +47,18 @@ TEST(BitmapText, ParseAcceptsHandWrittenFormsAndRejectsJunk) {
   EXPECT_FALSE(bm.parse("1" + std::string(ini::kMaxBit / 4 + 1, '0')));
 }
 
-TEST_F(IniBitmap, SetResetAndTestAcrossWordBoundaries) {
+// A missing bitmap reads as empty and is not created by reading; then bits on both sides
+// of each 64-bit word boundary.
+TEST_F(IniBitmap, MissingThenSetResetAndTestAcrossWordBoundaries) {
+  EXPECT_EQ(Ini_Conf_Bitmap_Is_Bit_Set(kFile, kSec, kKey, 0), 0);
+  EXPECT_EQ(Ini_Conf_Bitmap_Get_Set_Count(kFile, kSec, kKey), 0);
+  int bits[4] = {-7, -7, -7, -7};
+  EXPECT_EQ(Ini_Conf_Bitmap_Enumerate(kFile, kSec, kKey, bits, 4, nullptr, nullptr), 0);
+  EXPECT_EQ(bits[0], -7);
+  int bit = -1;
+  EXPECT_EQ(Ini_Conf_Bitmap_Get_Next_Free_Bit(kFile, kSec, kKey, &bit, 5, 0), 0);
+  EXPECT_EQ(bit, 5);
+  EXPECT_FALSE(root.exists(kFile));
   for (int b : {0, 3, 63, 64, 200}) EXPECT_EQ(Ini_Conf_Bitmap_Set_Bit(kFile, kSec, kKey, b), 0);
   EXPECT_EQ(Ini_Conf_Bitmap_Set_Bit(kFile, kSec, kKey, 3), 0);  // already set
   EXPECT_EQ(Ini_Conf_Bitmap_Get_Set_Count(kFile, kSec, kKey), 5);
@@ -63,18 +74,6 @@ TEST_F(IniBitmap, SetResetAndTestAcrossWordBoundaries) {
   EXPECT_EQ(Ini_Conf_Bitmap_Reset_Bit(kFile, kSec, kKey, 63), 0);
   EXPECT_GT(Ini_Conf_Get_Field_Int(kFile, kSec, kKey, &small, 1), 0);
   EXPECT_EQ(small, 9) << "a small bitmap reads as the same hex number";
-}
-
-TEST_F(IniBitmap, MissingBitmapIsEmpty) {
-  EXPECT_EQ(Ini_Conf_Bitmap_Is_Bit_Set(kFile, kSec, kKey, 0), 0);
-  EXPECT_EQ(Ini_Conf_Bitmap_Get_Set_Count(kFile, kSec, kKey), 0);
-  int bits[4] = {-7, -7, -7, -7};
-  EXPECT_EQ(Ini_Conf_Bitmap_Enumerate(kFile, kSec, kKey, bits, 4, nullptr, nullptr), 0);
-  EXPECT_EQ(bits[0], -7);
-  int bit = -1;
-  EXPECT_EQ(Ini_Conf_Bitmap_Get_Next_Free_Bit(kFile, kSec, kKey, &bit, 5, 0), 0);
-  EXPECT_EQ(bit, 5);
-  EXPECT_FALSE(root.exists(kFile));
 }
 
 TEST_F(IniBitmap, NextFreeBitFindsAndClaims) {

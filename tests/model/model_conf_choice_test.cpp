@@ -108,23 +108,32 @@ class BackplaneChoice : public ModelChoice {
   }
 };
 
+// The part number, or the file identifier in the second format, names the description; a
+// backplane naming the live file itself makes no link and removes nothing.
 TEST_F(BackplaneChoice, PartNumberOrFileIdNamesTheDescription) {
-  FruBoard b;
-  b.part = "BP-8SATA-B";
-  backplane(test::fru_string(b));
-  const char* msg = nullptr;
-  ASSERT_EQ(run(&msg), 0);
-  EXPECT_EQ(msg, nullptr);
-  EXPECT_TRUE(is_link());
-  EXPECT_EQ(get("System Enclosure", "MODEL"), "rev B");
+  struct Case {
+    const char* part;
+    const char* file_id;
+    int format;
+    bool link;
+    const char* model;
+  } cases[] = {{"BP-8SATA-B", "", 1, true, "rev B"},
+               {"unknown part", "01", 2, true, "rev A"},
+               {"BP-GENERIC", "", 1, false, "<absent>"}};
+  for (const Case& c : cases) {
+    FruBoard b;
+    b.part = c.part;
+    b.file_id = c.file_id;
+    backplane(test::fru_string(b), c.format);
+    const char* msg = nullptr;
+    ASSERT_EQ(run(&msg), 0) << c.part;
+    EXPECT_EQ(msg, nullptr) << c.part;
+    EXPECT_EQ(is_link(), c.link) << c.part;
+    EXPECT_EQ(get("System Enclosure", "MODEL"), c.model) << c.part;
+    EXPECT_EQ(get("System Enclosure", "BACKPLANE_VPD"),
+              c.link ? "<absent>" : "/sys/bus/i2c/devices/1-0050/eeprom") << c.part;
+  }
   EXPECT_TRUE(log_has("):Get model config file = /etc/model_2.conf\n"));
-
-  FruBoard by_id;
-  by_id.part = "unknown part";
-  by_id.file_id = "01";
-  backplane(test::fru_string(by_id), 2);
-  ASSERT_EQ(run(&msg), 0);
-  EXPECT_EQ(get("System Enclosure", "MODEL"), "rev A");
 }
 
 TEST_F(BackplaneChoice, UnidentifiableBackplaneSucceedsWithTheMessageAndKeepsTheFile) {
@@ -144,17 +153,6 @@ TEST_F(BackplaneChoice, UnidentifiableBackplaneSucceedsWithTheMessageAndKeepsThe
     EXPECT_EQ(get("System Enclosure", "MULTI_CONF_FORMAT"), "1");
     EXPECT_EQ(get("System Enclosure", "CAP"), "0x0");  // the fix-ups still ran
   }
-}
-
-TEST_F(BackplaneChoice, BackplaneNamingTheLiveFileMakesNoLinkAndRemovesNothing) {
-  FruBoard b;
-  b.part = "BP-GENERIC";
-  backplane(test::fru_string(b));
-  const char* msg = nullptr;
-  EXPECT_EQ(run(&msg), 0);
-  EXPECT_EQ(msg, nullptr);
-  EXPECT_FALSE(is_link());
-  EXPECT_EQ(get("System Enclosure", "BACKPLANE_VPD"), "/sys/bus/i2c/devices/1-0050/eeprom");
 }
 
 }  // namespace

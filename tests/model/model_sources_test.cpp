@@ -13,61 +13,44 @@ namespace {
 using test::Bytes;
 using test::DmiBuilder;
 
-TEST(Smbios, MemoryDeviceSizesInEveryEncoding) {
+// Every field of a memory device, so a table row states the whole record.
+std::string fields(const smbios::MemoryDevice& m) {
+  auto n = [](auto v) { return std::to_string(v); };
+  return n(m.handle) + "|" + n(m.installed) + n(m.size_known) + "|" + n(m.size_mb) + "|" +
+         m.locator + "|" + m.bank + "|" + m.manufacturer + "|" + m.serial + "|" + m.part_number +
+         "|" + m.type + "|" + n(m.speed_mts) + "|" + n(m.configured_mts) + "|" + n(m.rank);
+}
+
+// Sizes in every encoding (MB, KB, extended, empty, unknown), and the fields each layout
+// version has: SMBIOS 2.1 (length 0x15) has no speed, manufacturer or part number yet.
+TEST(Smbios, MemoryDevicesInEveryEncodingAndLayout) {
+  const std::string strings = "DIMM_A1|BANK 0|Acme Memory|0000A1B2|AM4-8G-2666|DDR4|2666|2666|1";
   struct Case {
     uint16_t word;
     uint32_t ext;
-    bool installed, known;
-    uint64_t mb;
+    uint8_t length;
+    std::string want;
   } cases[] = {
-      {8192, 0, true, true, 8192},                 // MB
-      {0x8000 | 0x0800, 0, true, true, 2},         // 2048 KB
-      {0x7FFF, 65536, true, true, 65536},          // extended size, MB
-      {0, 0, false, true, 0},                      // empty slot
-      {0xFFFF, 0, true, false, 0},                 // unknown
+      {8192, 0, 0x28, "17|11|8192|" + strings},
+      {0x8000 | 0x0800, 0, 0x28, "17|11|2|" + strings},  // 2048 KB
+      {0x7FFF, 65536, 0x28, "17|11|65536|" + strings},
+      {0, 0, 0x28, "17|01|0|" + strings},                // empty slot
+      {0xFFFF, 0, 0x28, "17|10|0|" + strings},           // unknown
+      {8192, 0, 0x15, "17|11|8192|DIMM_A1|BANK 0||||DDR4|0|0|0"},
   };
   for (const Case& c : cases) {
     DmiBuilder b;
     DmiBuilder::Dimm d;
     d.size_word = c.word;
     d.ext_size_mb = c.ext;
+    d.length = c.length;
     b.memory_device(0x11, d).end_of_table();
     smbios::Table t = smbios::parse_table(b.bytes());
     ASSERT_TRUE(t.well_formed);
     auto m = smbios::memory_device(*t.of_type(17).at(0));
     ASSERT_TRUE(m);
-    EXPECT_EQ(m->installed, c.installed) << c.word;
-    EXPECT_EQ(m->size_known, c.known) << c.word;
-    EXPECT_EQ(m->size_mb, c.mb) << c.word;
+    EXPECT_EQ(fields(*m), c.want);
   }
-}
-
-TEST(Smbios, MemoryDeviceStringsAndFieldsByLayoutVersion) {
-  DmiBuilder b;
-  DmiBuilder::Dimm full;
-  DmiBuilder::Dimm old;  // SMBIOS 2.1: no speed, manufacturer or part number yet
-  old.length = 0x15;
-  b.memory_device(0x20, full).memory_device(0x21, old).end_of_table();
-  smbios::Table t = smbios::parse_table(b.bytes());
-  auto devs = t.of_type(17);
-  ASSERT_EQ(devs.size(), 2u);
-  auto m = smbios::memory_device(*devs[0]);
-  ASSERT_TRUE(m);
-  EXPECT_EQ(m->handle, 0x20);
-  EXPECT_EQ(m->locator, "DIMM_A1");
-  EXPECT_EQ(m->bank, "BANK 0");
-  EXPECT_EQ(m->manufacturer, "Acme Memory");
-  EXPECT_EQ(m->serial, "0000A1B2");
-  EXPECT_EQ(m->part_number, "AM4-8G-2666");
-  EXPECT_EQ(m->type, "DDR4");
-  EXPECT_EQ(m->speed_mts, 2666u);
-  EXPECT_EQ(m->configured_mts, 2666u);
-  EXPECT_EQ(m->rank, 1u);
-  auto o = smbios::memory_device(*devs[1]);
-  ASSERT_TRUE(o);
-  EXPECT_EQ(o->locator, "DIMM_A1");
-  EXPECT_EQ(o->manufacturer, "");
-  EXPECT_EQ(o->speed_mts, 0u);
 }
 
 TEST(Smbios, BadStringIndexGivesEmptyTextAndStructuresOfOtherTypesAreSkipped) {

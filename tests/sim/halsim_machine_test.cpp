@@ -71,11 +71,9 @@ TEST_F(HalsimMachine, PulledDiskTakesItsNodesAndLinksAndComesBackUnderTheSameNam
   ASSERT_TRUE(pulled) << error;
   EXPECT_EQ(pulled->pd_sys_id, "sdc");
   EXPECT_EQ(unplugged, std::vector<std::string>{"root/3"});
-  EXPECT_FALSE(root.exists("/sys/block/sdc"));
-  EXPECT_FALSE(root.exists("/dev/sdc"));
-  EXPECT_FALSE(root.exists("/dev/" + before.sg));
-  EXPECT_FALSE(root.exists("/sys/class/scsi_generic/" + before.sg));
-  EXPECT_FALSE(root.exists("/sys/bus/scsi/devices/2:0:0:0"));
+  for (const std::string& gone : std::vector<std::string>{"/sys/block/sdc", "/dev/sdc", "/dev/" + before.sg,
+           "/sys/class/scsi_generic/" + before.sg, "/sys/bus/scsi/devices/2:0:0:0"})
+    EXPECT_FALSE(root.exists(gone)) << gone;
   EXPECT_TRUE(root.exists("/sys/class/scsi_host/host2"));  // the port stays
   EXPECT_EQ(dangling_links(), 0);
 

@@ -81,7 +81,7 @@ TEST_F(SioTest, PinsAreActiveLowOnEveryFamilyAndTheBaseIsReadOnce) {
   EXPECT_EQ(violations(), 0);
 }
 
-TEST_F(SioTest, TheIt87BlinkEngineTakesThePinFromTheSecondEngine) {
+TEST_F(SioTest, TheIt87BlinkEngineTakesThePinFromTheSecondEngineAndFintekHasNone) {
   sim::SuperIoModel& m = fit(Chip::kIt87, "IT87",
                              "STATUS_RED_LED = SIO:52\nSTATUS_GREEN_LED = SIO:53\nPOWER_LED = sio:54\n");
   ASSERT_EQ(board::se_sys_blink_status_led("root", 2, 1), 0);
@@ -99,13 +99,11 @@ TEST_F(SioTest, TheIt87BlinkEngineTakesThePinFromTheSecondEngine) {
   EXPECT_EQ(m.led(52), Led::kOff);
   EXPECT_EQ(board::se_sys_set_power_led("root", 1), -1);  // "sio" is not "SIO"
   EXPECT_EQ(m.led(54), Led::kOff);
-}
-
-TEST_F(SioTest, FintekChipsHaveNoBlinkEngine) {
-  sim::SuperIoModel& m = fit(Chip::kF71869A, "F71869A", "STATUS_RED_LED = SIO:34\n");
+  // Fintek chips have no blink engine: their pins are set only.
+  sim::SuperIoModel& f = fit(Chip::kF71869A, "F71869A", "STATUS_RED_LED = SIO:34\n");
   EXPECT_EQ(board::se_sys_blink_status_led("root", 0, 1), -1);
   EXPECT_EQ(board::se_sys_set_status_led("root", 0, 1), 0);
-  EXPECT_EQ(m.led(34), Led::kOn);
+  EXPECT_EQ(f.led(34), Led::kOn);
 }
 
 TEST_F(SioTest, PowerRecoveryModesOnEveryFamily) {

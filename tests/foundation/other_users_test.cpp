@@ -215,30 +215,5 @@ TEST_F(OtherUsers, UsersStillTraceOnceRootMadeTheLock) {
   EXPECT_NE(root.read("/tmp/user.log").find("user line"), std::string::npos);
 }
 
-// The system's own links are followed, and the lock follows the file written: writers
-// through "/etc/model.conf" and through the file it names lose nothing.
-TEST_F(OtherUsers, WritersThroughALinkAndItsTargetShareOneLock) {
-  root.write("/etc/model_x.conf", "[System]\nMODEL = x\n");
-  root.symlink("model_x.conf", "/etc/model.conf");
-  constexpr int kEach = 60;
-  int failed = test::run_children(4, [](int w) {
-    const char* file = w % 2 == 0 ? "/etc/model.conf" : "/etc/model_x.conf";
-    for (int i = 0; i < kEach; ++i) {
-      std::string key = "w" + std::to_string(w) + "_" + std::to_string(i);
-      if (Ini_Conf_Set_Field(file, "Keys", key.c_str(), "1") <= 0) return 1;
-    }
-    return 0;
-  });
-  EXPECT_EQ(failed, 0);
-  for (int w = 0; w < 4; ++w)
-    for (int i = 0; i < kEach; ++i) {
-      std::string key = "w" + std::to_string(w) + "_" + std::to_string(i);
-      char buf[8] = "";
-      EXPECT_GT(Ini_Conf_Get_Field("/etc/model_x.conf", "Keys", key.c_str(), buf, 8), 0) << key;
-    }
-  EXPECT_TRUE(S_ISLNK(lstat_of(root, "/etc/model.conf").st_mode));
-  EXPECT_FALSE(root.exists("/etc/model.conf.lck"));
-}
-
 }  // namespace
 }  // namespace bayhal

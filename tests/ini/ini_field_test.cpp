@@ -35,46 +35,35 @@ const char* kHandWritten =
     "empty =\n"
     "Case = upper\n";
 
-TEST_F(IniField, GetReadsHandWrittenForms) {
-  root.write(kFile, kHandWritten);
-  struct {
-    const char* section;
-    const char* key;
-    const char* want;
-  } cases[] = {
-      {"", "lead_key", "leading value"},
-      {"S.M.A.R.T. ID #197", "Temperature Threshold (F) 3", "140"},
-      {"S.M.A.R.T. ID #197", "raw", "a=b: c, d"},
-      {"System Disk 1-2", "spaced key", "spaced value"},
-      {"System Disk 1-2", "empty", ""},
-      {"System Disk 1-2", "Case", "upper"},
-  };
-  for (const auto& c : cases) {
-    int rc = 0;
-    EXPECT_EQ(get(c.section, c.key, &rc), c.want) << c.section << "/" << c.key;
-    EXPECT_GT(rc, 0) << c.key;
-  }
-}
-
-TEST_F(IniField, GetMissingLeavesBufferUntouched) {
+// Every hand-written form reads back; what is missing (keys and sections are
+// case-sensitive, leading keys belong to no section) leaves the buffer untouched.
+TEST_F(IniField, GetReadsHandWrittenFormsAndLeavesMissingUntouched) {
   root.write(kFile, kHandWritten);
   struct {
     const char* file;
     const char* section;
     const char* key;
+    const char* want;  // nullptr: missing
   } cases[] = {
-      {"/etc/none.conf", "System Disk 1-2", "Case"},
-      {kFile, "No Section", "Case"},
-      {kFile, "System Disk 1-2", "case"},            // keys are case-sensitive
-      {kFile, "system disk 1-2", "Case"},            // so are sections
-      {kFile, "System Disk 1-2", "lead_key"},        // leading keys are not in a section
-      {kFile, "", "Case"},                           // nor are section keys leading keys
-      {kFile, "S.M.A.R.T. ID #197", "; a comment inside"},
+      {kFile, "", "lead_key", "leading value"},
+      {kFile, "S.M.A.R.T. ID #197", "Temperature Threshold (F) 3", "140"},
+      {kFile, "S.M.A.R.T. ID #197", "raw", "a=b: c, d"},
+      {kFile, "System Disk 1-2", "spaced key", "spaced value"},
+      {kFile, "System Disk 1-2", "empty", ""},
+      {kFile, "System Disk 1-2", "Case", "upper"},
+      {"/etc/none.conf", "System Disk 1-2", "Case", nullptr},
+      {kFile, "No Section", "Case", nullptr},
+      {kFile, "System Disk 1-2", "case", nullptr},
+      {kFile, "system disk 1-2", "Case", nullptr},
+      {kFile, "System Disk 1-2", "lead_key", nullptr},
+      {kFile, "", "Case", nullptr},
+      {kFile, "S.M.A.R.T. ID #197", "; a comment inside", nullptr},
   };
   for (const auto& c : cases) {
     char buf[16] = "untouched";
-    EXPECT_LE(Ini_Conf_Get_Field(c.file, c.section, c.key, buf, sizeof buf), 0) << c.key;
-    EXPECT_STREQ(buf, "untouched") << c.key;
+    int rc = Ini_Conf_Get_Field(c.file, c.section, c.key, buf, sizeof buf);
+    EXPECT_EQ(rc > 0, c.want != nullptr) << c.key;
+    EXPECT_STREQ(buf, c.want ? c.want : "untouched") << c.section << "/" << c.key;
   }
 }
 

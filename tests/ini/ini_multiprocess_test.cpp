@@ -1,4 +1,6 @@
 // Several real processes on one store file at once: nothing lost, nothing handed out twice.
+#include <sys/stat.h>
+
 #include <set>
 #include <string>
 #include <vector>
@@ -47,18 +49,25 @@ TEST_F(IniMultiProcess, ConcurrentClaimsGetDistinctBits) {
   EXPECT_EQ(Ini_Conf_Bitmap_Get_Set_Count(file, "Index", "disk_bitmap"), kProcs * kEach);
 }
 
+// Half the writers go through a link to the file, as the system's own links are followed:
+// the lock follows the file written, so both kinds share it.
 TEST_F(IniMultiProcess, ConcurrentSetsOfDistinctKeysLoseNone) {
-  const char* file = "/tmp/shared.conf";
-  root.write(file, "# shared by everybody\n[Other]\nkeep = me\n");
+  const char* file = "/etc/shared.conf";
+  root.write("/etc/shared_x.conf", "# shared by everybody\n[Other]\nkeep = me\n");
+  root.symlink("shared_x.conf", file);
   EXPECT_EQ(test::run_children(kProcs, [&](int p) {
+      const char* path = p % 2 ? file : "/etc/shared_x.conf";
       for (int i = 0; i < kEach; ++i) {
         std::string key = "p" + std::to_string(p) + "_k" + std::to_string(i);
         // Half into one shared section, half into a section of each process's own.
         std::string sec = i % 2 ? "Shared" : "Proc " + std::to_string(p);
-        if (Ini_Conf_Set_Field_Int(file, sec.c_str(), key.c_str(), i, 0) <= 0) return 1;
+        if (Ini_Conf_Set_Field_Int(path, sec.c_str(), key.c_str(), i, 0) <= 0) return 1;
       }
       return 0;
     }), 0);
+  struct stat st {};
+  EXPECT_TRUE(::lstat(root.path(file).c_str(), &st) == 0 && S_ISLNK(st.st_mode));
+  EXPECT_FALSE(root.exists("/etc/shared.conf.lck"));
 
   auto shared = ini::read_section(file, "Shared");
   ASSERT_TRUE(shared.has_value());

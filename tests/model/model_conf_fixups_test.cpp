@@ -165,10 +165,7 @@ TEST_F(Fixups, ThunderboltSasEnclosureBitGoesUnlessForcedOn) {
   EXPECT_EQ(get("System Enclosure", "CAP"), "0x800040");
 }
 
-class MemoryStep : public test::ModelConfTest {
- protected:
-  MemoryStep() { model(kModel); }
-};
+using MemoryStep = Fixups;
 
 TEST_F(MemoryStep, SaneTablesGiveEachSlotsModuleOnce) {
   ModelSetupReport r;

@@ -139,7 +139,9 @@ class HalsimSocket : public test::HalsimDaemonTest {
   void SetUp() override { serve(); }
 };
 
-TEST_F(HalsimSocket, PulledDiskStopsAnsweringAndReturns) {
+// A pulled disk stops answering and returns; a stopped daemon takes its socket with it and
+// the library falls back to the real backend, whose ioctl fails on the plain nodes.
+TEST_F(HalsimSocket, PulledDiskReturnsAndAStoppedDaemonTakesItsSocket) {
   auto pulled = nlohmann::json::parse(control("remove root/3"));
   EXPECT_EQ(pulled["pd_sys_id"], "sdc");
   uint8_t buf[96];
@@ -149,9 +151,7 @@ TEST_F(HalsimSocket, PulledDiskStopsAnsweringAndReturns) {
   EXPECT_EQ(back["name"], "hdd3");
   EXPECT_EQ(scsi_inquiry("/dev/sg2", -1, buf, 36), 0);
   EXPECT_NE(control("dance").find("unknown request"), std::string::npos);
-}
 
-TEST_F(HalsimSocket, StoppedDaemonTakesItsSocketAndTheLibraryFallsBack) {
   std::string sock = root.path("/run/halsim.sock");
   ASSERT_TRUE(std::filesystem::exists(sock));
   EXPECT_EQ(std::stoi(root.read("/run/halsim.pid")), ::getpid());
@@ -162,8 +162,6 @@ TEST_F(HalsimSocket, StoppedDaemonTakesItsSocketAndTheLibraryFallsBack) {
   server.join();
   EXPECT_FALSE(std::filesystem::exists(sock));
   EXPECT_FALSE(root.exists("/run/halsim.pid"));
-  // Without the simulator, the nodes are plain files: the real backend's ioctl fails.
-  uint8_t buf[36];
   EXPECT_LT(scsi_inquiry("/dev/sg2", -1, buf, 36), 0);
 }
 

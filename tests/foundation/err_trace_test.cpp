@@ -31,7 +31,7 @@ std::string own_comm() {
   return name;
 }
 
-TEST_F(ErrTrace, DefaultMaskWritesErrorsWarningsInfoAndAlwaysButNotEntryOrDevice) {
+TEST_F(ErrTrace, DefaultMaskWritesErrorsWarningsInfoAndAlwaysButNotEntryOrDeviceAndZeroNothing) {
   for (unsigned level : {0x4u, 0x10u, 0x20u}) EXPECT_EQ(ERR_TRACE(level, "lvl %#x\n", level), 0);
   // A filtered call touches nothing: no lock file, no log.
   EXPECT_FALSE(root.exists(kLock));
@@ -40,6 +40,11 @@ TEST_F(ErrTrace, DefaultMaskWritesErrorsWarningsInfoAndAlwaysButNotEntryOrDevice
     EXPECT_EQ(ERR_TRACE(level, "lvl %#x\n", level), 0);
   EXPECT_EQ(messages(), (Strings{"lvl 0x1", "lvl 0x2", "lvl 0x8", "lvl 0xffff"}));
   EXPECT_TRUE(root.exists(kLock));
+  // A control file of 0 silences even the "always" level.
+  control("0\n", test::kStart);
+  EXPECT_EQ(ERR_TRACE(HAL_TRACE_ALWAYS, "never\n"), 0);
+  EXPECT_EQ(trace_mask(), 0u);
+  EXPECT_EQ(messages().size(), 4u);
 }
 
 TEST_F(ErrTrace, RecordCarriesLocalTimePidAndPaddedProcessName) {
@@ -52,14 +57,6 @@ TEST_F(ErrTrace, RecordCarriesLocalTimePidAndPaddedProcessName) {
   EXPECT_EQ(root.read(kLog),
             std::string("2023-11-14 22:13:20 ") + prefix + "SE_Enumerate: got called with 7.\n" +
                 "2023-11-14 22:14:21 " + prefix + "second\n");
-}
-
-TEST_F(ErrTrace, ControlFileOfZeroSilencesEvenAlways) {
-  control("0\n", test::kStart);
-  EXPECT_EQ(ERR_TRACE(HAL_TRACE_ALWAYS, "never\n"), 0);
-  EXPECT_EQ(trace_mask(), 0u);
-  EXPECT_FALSE(root.exists(kLog));
-  EXPECT_FALSE(root.exists(kLock));
 }
 
 TEST_F(ErrTrace, MaskIsParsedWithAutomaticBaseAndTheRedirectIsCutToItsBuffer) {

@@ -11,6 +11,7 @@
 
 #include "bayhal/hal_common.h"
 #include "tests/foundation/trace_fixture.h"
+#include "tests/support/child_process.h"
 #include "tests/support/test_files.h"
 
 namespace bayhal {
@@ -36,26 +37,21 @@ TEST(NumToAscii, WritesHexPairsInsideTheOutput) {
 // fork_orphaned in the test process itself: the grandchild reports through a pipe and
 // leaves with _exit so that nothing of the test framework runs twice.
 TEST(ForkOrphaned, GrandchildIsAdoptedAndTheCallerGetsZero) {
-  int info[2], go[2];
-  ASSERT_EQ(::pipe(info), 0);
-  ASSERT_EQ(::pipe(go), 0);
+  test::Pipe info, go;
   const pid_t caller = ::getpid();
   int rc = fork_orphaned();
   if (rc > 0) {
-    char c;
-    (void)!::read(go[0], &c, 1);  // the intermediate child is reaped by now
-    int facts[3] = {rc, static_cast<int>(::getpid()), static_cast<int>(::getppid())};
-    (void)!::write(info[1], facts, sizeof facts);
+    int v = 0;
+    go.get(v);  // the intermediate child is reaped by now
+    for (int fact : {rc, static_cast<int>(::getpid()), static_cast<int>(::getppid())}) info.put(fact);
     ::_exit(0);
   }
-  ::close(info[1]);
-  ::close(go[0]);
+  info.close_write();
+  go.close_read();
   EXPECT_EQ(rc, 0);
-  (void)!::write(go[1], "g", 1);
-  ::close(go[1]);
+  go.put(1);
   int facts[3] = {};
-  ASSERT_EQ(::read(info[0], facts, sizeof facts), static_cast<ssize_t>(sizeof facts));
-  ::close(info[0]);
+  for (int& fact : facts) ASSERT_TRUE(info.get(fact));
   EXPECT_EQ(facts[0], facts[1]) << "the grandchild gets its own pid";
   EXPECT_NE(facts[2], caller) << "the grandchild's parent is not the caller";
   EXPECT_GT(facts[2], 0);

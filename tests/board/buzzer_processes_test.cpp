@@ -3,8 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "board/dispatch/se_sys.h"
@@ -45,13 +43,6 @@ class BuzzerProcesses : public BoardTest {
     });
   }
   std::string log() const { return root.read("/tmp/beeps"); }
-  // The second process is queued on the lock when the kernel lists a waiter ("->").
-  static bool someone_waits() {
-    std::ifstream locks("/proc/locks");
-    for (std::string line; std::getline(locks, line);)
-      if (line.find("->") != std::string::npos) return true;
-    return false;
-  }
 };
 
 TEST_F(BuzzerProcesses, TheSecondPlaysAfterTheFirstNeverInterleaved) {
@@ -69,7 +60,7 @@ TEST_F(BuzzerProcesses, TheSecondPlaysAfterTheFirstNeverInterleaved) {
   pid_t first = sound('A', 8, true);  // long, long, long
   while (log().empty()) ::usleep(1000);
   pid_t second = sound('B', 2, false);  // short, short, short
-  for (int i = 0; i < 5000 && !someone_waits() && log().size() < 4; ++i) ::usleep(1000);
+  for (int i = 0; i < 5000 && !someone_waits_for_lock() && log().size() < 4; ++i) ::usleep(1000);
   EXPECT_EQ(log(), "A1");  // still holding: the second has not beeped
   ASSERT_TRUE(gate.put(1));
   EXPECT_EQ(join(first), 0);

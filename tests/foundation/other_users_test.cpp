@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <fstream>
 #include <functional>
 #include <string>
 
@@ -147,17 +146,6 @@ TEST_F(OtherUsers, PlantedNamesAreNeitherFollowedNorTrusted) {
   }
 }
 
-// True when some process waits for a lock on the file (a "->" line of /proc/locks).
-bool someone_blocked_on(const std::string& host_path) {
-  struct stat st {};
-  if (::stat(host_path.c_str(), &st) != 0) return false;
-  std::ifstream in("/proc/locks");
-  std::string ino = ":" + std::to_string(st.st_ino) + " ";
-  for (std::string line; std::getline(in, line);)
-    if (line.find("->") != std::string::npos && line.find(ino) != std::string::npos) return true;
-  return false;
-}
-
 // A user who makes a lock file first and holds it must not be able to stop root's writers
 // (of the store or of the trace) for ever.
 TEST_F(OtherUsers, ALockFileAnotherUserHoldsDoesNotStarveRoot) {
@@ -190,7 +178,7 @@ TEST_F(OtherUsers, ALockFileAnotherUserHoldsDoesNotStarveRoot) {
     bool starved = false;
     int status = 0;
     while (::waitpid(writer, &status, WNOHANG) == 0) {
-      if ((starved = someone_blocked_on(root.path(c.lock)))) break;
+      if ((starved = test::someone_waits_for_lock(root.path(c.lock)))) break;
       ::sched_yield();
     }
     if (starved) {

@@ -2,10 +2,13 @@
 // exit code. Children leave with _exit so no test-framework state runs twice.
 #pragma once
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <fstream>
 #include <functional>
+#include <string>
 #include <vector>
 
 namespace bayhal::test {
@@ -51,6 +54,21 @@ inline bool returns_with_cpu_limit(int cpu_seconds, const std::function<void()>&
            body();
            return 0;
          })) == 0;
+}
+
+// True when some process waits for a record lock (a "->" line of /proc/locks), on the file
+// at `host_path` when one is given.
+inline bool someone_waits_for_lock(const std::string& host_path = "") {
+  std::string ino;
+  struct stat st {};
+  if (!host_path.empty()) {
+    if (::stat(host_path.c_str(), &st) != 0) return false;
+    ino = ":" + std::to_string(st.st_ino) + " ";
+  }
+  std::ifstream in("/proc/locks");
+  for (std::string line; std::getline(in, line);)
+    if (line.find("->") != std::string::npos && line.find(ino) != std::string::npos) return true;
+  return false;
 }
 
 // A pipe whose ends close with the object.

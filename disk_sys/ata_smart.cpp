@@ -1,6 +1,5 @@
 #include "disk_sys/ata_smart.h"
 
-#include <array>
 #include <cstring>
 
 #include "disk_sys/smart_names.h"
@@ -16,12 +15,13 @@ constexpr size_t kShortPoll = 372;
 constexpr size_t kExtendedPoll = 373;
 constexpr size_t kExtendedPollWord = 375;  // when byte 373 reads 0xFF
 
-// The temperature a reading reports: attribute 194, else the airflow temperature (190).
-int temperature_of(const PD_SMART_ATTR* list, int n) {
-  for (unsigned id : {194u, 190u})
-    for (int k = 0; k < n; ++k)
-      if (list[k].id == id) return static_cast<int>(list[k].raw & 0xff);
-  return -1;
+// The threshold of attribute `id` at slot `slot`: the thresholds page's slot of the same
+// index lists it on every drive seen; else the first slot that does.
+uint8_t threshold_of(ByteReader& thresholds, size_t slot, uint8_t id) {
+  if (thresholds.u8(kSlotsAt + kSlotSize * slot) == id) return thresholds.u8(kSlotsAt + kSlotSize * slot + 1);
+  for (size_t i = 0; i < static_cast<size_t>(kAtaSmartSlots); ++i)
+    if (thresholds.u8(kSlotsAt + kSlotSize * i) == id) return thresholds.u8(kSlotsAt + kSlotSize * i + 1);
+  return 0;
 }
 
 }  // namespace
@@ -40,42 +40,33 @@ bool ata_smart_checksum_ok(const uint8_t* page, size_t len) {
   return (sum & 0xff) == 0;
 }
 
-int ata_smart_decode_slots(const uint8_t* page, size_t len, int list_size, int kind,
-                           PD_SMART_ATTR* list) {
-  ByteReader r(page, len);
-  if (!r.has(0, kAtaSmartPageSize)) return -1;
-  int slots = list_size < kAtaSmartSlots ? list_size : kAtaSmartSlots;
+int ata_smart_decode(const uint8_t* data, size_t data_len, const uint8_t* thresholds,
+                     size_t thresholds_len, int list_size, int kind, PD_SMART_ATTR* list) {
+  if (data == nullptr || thresholds == nullptr || data_len < kAtaSmartPageSize ||
+      thresholds_len < kAtaSmartPageSize)
+    return -1;
+  ByteReader d(data, kAtaSmartPageSize), t(thresholds, kAtaSmartPageSize);
+  const SmartName64* names = smart_attr_names64(kind);
+  size_t slots = list_size < kAtaSmartSlots ? static_cast<size_t>(list_size < 0 ? 0 : list_size) : kAtaSmartSlots;
   int n = 0;
-  for (int i = 0; i < slots; ++i) {
-    size_t at = kSlotsAt + kSlotSize * static_cast<size_t>(i);
-    unsigned id = r.u8(at);
+  for (size_t i = 0; i < slots; ++i) {  // the 30 slots lie within the 512 bytes
+    std::span<const uint8_t> slot = d.bytes(kSlotsAt + kSlotSize * i, kSlotSize);
+    uint8_t id = slot[0];
     if (id == 0) continue;
     PD_SMART_ATTR& a = list[n++];
     a.id = id;
-    std::memcpy(a.name, smart_attr_name64(id, kind), sizeof a.name);
-    a.status_flag = r.le16(at + 1);
+    std::memcpy(a.name, names[id], sizeof a.name);
+    a.status_flag = static_cast<unsigned short>(slot[1] | slot[2] << 8);
     a.reserved = 0xFFFF;
-    a.value = r.u8(at + 3);
-    a.worst = r.u8(at + 4);
-    a.thresh = 0;
-    a.raw = smart_get_raw_val(id, page + at + 5);
+    a.value = slot[3];
+    a.worst = slot[4];
+    a.thresh = threshold_of(t, i, id);
+    a.raw = smart_get_raw_val(id, slot.data() + 5);
   }
   return n;
 }
 
-bool ata_smart_decode_thresholds(const uint8_t* page, size_t len, PD_SMART_ATTR* list, int n) {
-  ByteReader r(page, len);
-  if (!r.has(0, kAtaSmartPageSize)) return false;
-  std::array<uint8_t, 256> by_id{};
-  for (int i = kAtaSmartSlots - 1; i >= 0; --i) {  // the first slot of an id wins
-    size_t at = kSlotsAt + kSlotSize * static_cast<size_t>(i);
-    by_id[r.u8(at)] = r.u8(at + 1);
-  }
-  for (int k = 0; k < n; ++k) list[k].thresh = list[k].id < 256 ? by_id[list[k].id] : 0;
-  return true;
-}
-
-void ata_smart_decode_state(const uint8_t* page, const PD_SMART_ATTR* list, int n, SmartReading& out) {
+void ata_smart_decode_self_test(const uint8_t* page, SmartReading& out) {
   ByteReader r(page, kAtaSmartPageSize);
   uint8_t st = r.u8(kSelfTestStatus);
   out.test_status = st >> 4;
@@ -84,22 +75,25 @@ void ata_smart_decode_state(const uint8_t* page, const PD_SMART_ATTR* list, int 
   out.extended_minutes = r.u8(kExtendedPoll);
   // A test longer than 254 minutes does not fit in the byte; the drive gives a word instead.
   if (out.extended_minutes == 0xff) out.extended_minutes = r.le16(kExtendedPollWord);
-  out.temperature = temperature_of(list, n);
+}
+
+void ata_smart_decode_extras(const uint8_t* page, SmartReading& out) {
+  out.temperature = -1;
+  for (unsigned id : {194u, 190u})
+    if (const PD_SMART_ATTR* a = out.find(id); a != nullptr && out.temperature < 0)
+      out.temperature = static_cast<int>(a->raw & 0xff);
   out.checksum_ok = ata_smart_checksum_ok(page, kAtaSmartPageSize);
 }
 
-bool ata_smart_parse_data(const uint8_t* page, size_t len, int list_size, int kind,
-                          SmartReading& out) {
+bool ata_smart_parse_pages(const uint8_t* data, size_t data_len, const uint8_t* thresholds,
+                           size_t thresholds_len, int list_size, int kind, SmartReading& out) {
   PD_SMART_ATTR list[kAtaSmartSlots];
-  int n = ata_smart_decode_slots(page, len, list_size, kind, list);
+  int n = ata_smart_decode(data, data_len, thresholds, thresholds_len, list_size, kind, list);
   if (n < 0) return false;
   out.attrs.insert(out.attrs.end(), list, list + n);
-  ata_smart_decode_state(page, list, n, out);
+  ata_smart_decode_self_test(data, out);
+  ata_smart_decode_extras(data, out);
   return true;
-}
-
-bool ata_smart_apply_thresholds(const uint8_t* page, size_t len, SmartReading& out) {
-  return ata_smart_decode_thresholds(page, len, out.attrs.data(), static_cast<int>(out.attrs.size()));
 }
 
 bool ata_smart_threshold_exceeded(const SmartReading& r) {

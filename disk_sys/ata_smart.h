@@ -17,37 +17,30 @@ constexpr int kAtaSmartSlots = 30;
 // attribute 194 only the low 16 bits count: the other bytes of a temperature hold its
 // minimum and maximum.
 inline uint64_t smart_get_raw_val(unsigned id, const uint8_t* raw6) {
-  uint64_t low = raw6[0] | (uint64_t{raw6[1]} << 8);
-  if (id == 194) return low;
-  return low | (uint64_t{raw6[2]} << 16) | (uint64_t{raw6[3]} << 24) | (uint64_t{raw6[4]} << 32) |
-         (uint64_t{raw6[5]} << 40);
+  // Written so that the compiler reads each part with one load.
+  uint32_t low = raw6[0] | raw6[1] << 8 | raw6[2] << 16 | uint32_t{raw6[3]} << 24;
+  if (id == 194) return low & 0xffff;
+  return low | uint64_t{static_cast<uint16_t>(raw6[4] | raw6[5] << 8)} << 32;
 }
 
 // True when the page's bytes sum to 0 modulo 256 (its last byte is the checksum).
 bool ata_smart_checksum_ok(const uint8_t* page, size_t len);
 
-// The attributes of a SMART READ DATA page straight into `list` (room for
-// min(list_size, 30) entries): the slots whose index is below `list_size` (slots, not
-// entries, are counted) and whose id is not 0, named in `kind`. The number written, or -1
-// when the page is shorter than 512 bytes.
-int ata_smart_decode_slots(const uint8_t* page, size_t len, int list_size, int kind,
-                           PD_SMART_ATTR* list);
-// Sets `list[0..n)`'s thresholds from the slot of a READ THRESHOLDS page with the same id (0
-// when none lists it). False when the page is short.
-bool ata_smart_decode_thresholds(const uint8_t* page, size_t len, PD_SMART_ATTR* list, int n);
-// The self-test status, progress and polling times, temperature and checksum of a data page
-// (of at least 512 bytes) into `out`, attributes aside.
-void ata_smart_decode_state(const uint8_t* page, const PD_SMART_ATTR* list, int n, SmartReading& out);
-
-// The same into a SmartReading: adds the attributes of a SMART READ DATA page: the slots whose index is below
-// `list_size` (slots, not entries, are counted) and whose id is not 0, named in `kind`;
-// sets the self-test status, progress, polling times, temperature and checksum_ok.
-// False when the page is shorter than 512 bytes.
-bool ata_smart_parse_data(const uint8_t* page, size_t len, int list_size, int kind,
-                          SmartReading& out);
-// Sets each entry's threshold from the slot of a SMART READ THRESHOLDS page with the same
-// id (0 when none lists it). False when the page is short.
-bool ata_smart_apply_thresholds(const uint8_t* page, size_t len, SmartReading& out);
+// The attributes of a SMART READ DATA page, each with its threshold from the READ THRESHOLDS
+// page, straight into `list` (room for min(list_size, 30) entries) in one pass: the slots
+// whose index is below `list_size` (slots, not entries, are counted) and whose id is not 0,
+// named in `kind`. An entry's threshold is that of the thresholds slot at the same index
+// when it holds the same id, else of the first slot holding it, else 0. The number written,
+// or -1 when a page is shorter than 512 bytes.
+int ata_smart_decode(const uint8_t* data, size_t data_len, const uint8_t* thresholds,
+                     size_t thresholds_len, int list_size, int kind, PD_SMART_ATTR* list);
+// The self-test status, progress and polling times of a data page (of 512 bytes) into `out`.
+void ata_smart_decode_self_test(const uint8_t* page, SmartReading& out);
+// The temperature of `out`'s entries (194, else 190) and the data page's checksum into `out`.
+void ata_smart_decode_extras(const uint8_t* page, SmartReading& out);
+// All of the above into a SmartReading (entries appended). False when a page is short.
+bool ata_smart_parse_pages(const uint8_t* data, size_t data_len, const uint8_t* thresholds,
+                           size_t thresholds_len, int list_size, int kind, SmartReading& out);
 
 // Whether a drive with these attributes reports its threshold exceeded, by the ATA rule: a
 // pre-failure attribute (flags bit 0) whose value has fallen to its threshold; threshold 00h

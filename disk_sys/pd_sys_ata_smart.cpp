@@ -61,7 +61,7 @@ int read_page(const std::string& dev, Smart which, uint8_t* page) {
   DeviceCommand cmd = smart_command(which, page);
   if (!request(dev, cmd)) return -1;
   uint32_t got = cmd.transferred();
-  std::memset(page + got, 0, kAtaSmartPageSize - got);  // what did not arrive reads as 0
+  if (got < kAtaSmartPageSize) std::memset(page + got, 0, kAtaSmartPageSize - got);  // what did not arrive reads as 0
   return 0;
 }
 
@@ -70,22 +70,21 @@ bool is_raid_enclosure(const char* enc_sys_id) {
 }
 
 // The direct path: up to `size` slots into `list` (room for min(size, 30)); the number of
-// entries or -1, the verdict and self-test state into `state`.
+// entries or -1, the verdict and self-test state into `state`, the data page into `data`.
 int read_ata(const char* enc_sys_id, const char* pd_sys_id, int size, PD_SMART_ATTR* list,
-             SmartReading& state) {
+             SmartReading& state, uint8_t (&data)[kAtaSmartPageSize]) {
   if (is_raid_enclosure(enc_sys_id)) return not_implemented("pd_sys_get_ata_smart", __LINE__, enc_sys_id);
   if (pd_sys_id == nullptr || *pd_sys_id == '\0') return -1;
   std::string dev = std::string("/dev/") + pd_sys_id;
-  uint8_t page[kAtaSmartPageSize];
-  if (get_ata_smart_value(dev, page) != 0) return -1;
+  uint8_t thresholds[kAtaSmartPageSize];
+  if (get_ata_smart_value(dev, data) != 0) return -1;
   state.type = PD_SMART_TYPE_ATA;
   state.verdict = get_ata_smart_status(dev);
   if (state.verdict < 0)
     ERR_TRACE(1, "%s(%d): pd_sys_id = %s: System Internal Error\n", __func__, __LINE__, pd_sys_id);
-  int n = ata_smart_decode_slots(page, sizeof page, size, 0, list);
-  ata_smart_decode_state(page, list, n, state);
-  if (get_ata_smart_threshold(dev, page) != 0) return -1;
-  ata_smart_decode_thresholds(page, sizeof page, list, n);
+  if (get_ata_smart_threshold(dev, thresholds) != 0) return -1;
+  int n = ata_smart_decode(data, sizeof data, thresholds, sizeof thresholds, size, 0, list);
+  ata_smart_decode_self_test(data, state);
   // The caller's own trace has just brought the mask up to date: no second look at the
   // control file for the detail lines.
   if (trace_mask() & kTraceEntries)
@@ -118,7 +117,8 @@ int pd_sys_get_ata_smart(const char* enc_sys_id, const char* pd_sys_id, int* ver
                          int* short_minutes, int* extended_minutes) {
   if (list == nullptr || size <= 0) return -1;
   SmartReading r;
-  int n = read_ata(enc_sys_id, pd_sys_id, size, list, r);
+  uint8_t data[kAtaSmartPageSize];
+  int n = read_ata(enc_sys_id, pd_sys_id, size, list, r, data);
   if (verdict) *verdict = r.verdict;
   if (test_status) *test_status = r.test_status;
   if (test_progress) *test_progress = r.test_progress;
@@ -129,10 +129,14 @@ int pd_sys_get_ata_smart(const char* enc_sys_id, const char* pd_sys_id, int* ver
 
 int pd_sys_read_ata_smart(const char* enc_sys_id, const char* pd_sys_id, int size, SmartReading& out) {
   if (size <= 0) return -1;
-  out.attrs.resize(static_cast<size_t>(size < kAtaSmartSlots ? size : kAtaSmartSlots));
-  int n = read_ata(enc_sys_id, pd_sys_id, size, out.attrs.data(), out);
-  out.attrs.resize(n > 0 ? static_cast<size_t>(n) : 0);
-  return n > 0 ? 0 : -1;
+  PD_SMART_ATTR list[kAtaSmartSlots];
+  uint8_t data[kAtaSmartPageSize];
+  int n = read_ata(enc_sys_id, pd_sys_id, size, list, out, data);
+  out.attrs.clear();
+  if (n <= 0) return -1;
+  out.attrs.assign(list, list + n);
+  ata_smart_decode_extras(data, out);
+  return 0;
 }
 
 int pd_sys_set_ata_self_test(const char* enc_sys_id, const char* pd_sys_id, int mode) {

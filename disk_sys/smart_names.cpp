@@ -121,9 +121,7 @@ constexpr Padded kPadded;
 
 }  // namespace
 
-const char* smart_attr_name64(unsigned id, int kind) {
-  return kPadded.name[kind == 2 ? 1 : 0][id < 256 ? id : 0];
-}
+const SmartName64* smart_attr_names64(int kind) { return kPadded.name[kind == 2 ? 1 : 0]; }
 
 const char* smart_attr_name(unsigned id, int kind) {
   if (id < 1 || id > 254 || kIndex.by_id[id] == nullptr) return kUnknown;

@@ -14,10 +14,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   size_t page = size < 512 ? size : 512;
   size_t thresholds = size - page < 512 ? size - page : 512;
   bayhal::SmartReading r;
-  if (bayhal::ata_smart_parse_data(data, page, slots, kind, r)) {
-    bayhal::ata_smart_apply_thresholds(data + page, thresholds, r);
+  if (bayhal::ata_smart_parse_pages(data, page, data + page, thresholds, slots, kind, r))
     (void)bayhal::ata_smart_threshold_exceeded(r);
-  }
   const uint8_t* sense = data + page + thresholds;
   size_t sense_len = size - page - thresholds;
   (void)bayhal::ata_smart_status_from_sense(sense, sense_len);

@@ -134,8 +134,8 @@ SataDiskModel::SataDiskModel(std::vector<uint8_t> identify, std::vector<uint8_t>
 
 bool ata_threshold_exceeded(const std::vector<uint8_t>& data, const std::vector<uint8_t>& thresholds) {
   SmartReading r;
-  return ata_smart_parse_data(data.data(), data.size(), kAtaSmartSlots, 0, r) &&
-         ata_smart_apply_thresholds(thresholds.data(), thresholds.size(), r) &&
+  return ata_smart_parse_pages(data.data(), data.size(), thresholds.data(), thresholds.size(),
+                               kAtaSmartSlots, 0, r) &&
          ata_smart_threshold_exceeded(r);
 }
 

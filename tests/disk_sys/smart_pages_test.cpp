@@ -122,16 +122,23 @@ std::vector<uint8_t> data_page(const std::vector<std::vector<uint8_t>>& slots, u
   return p;
 }
 
-TEST(AtaSmartPageTest, SlotsRawValuesAndSelfTestBytes) {
+TEST(AtaSmartPageTest, SlotsThresholdsRawValuesAndSelfTestBytes) {
   std::vector<uint8_t> zero(12, 0);
   std::vector<uint8_t> temp = {194, 0x22, 0, 100, 100, 0x2a, 0x00, 0x14, 0x00, 0x37, 0x00, 0};
   std::vector<uint8_t> hours = {9, 0x32, 0, 99, 99, 0x10, 0x27, 0, 0, 0, 0x01, 0};
   auto page = data_page({hours, zero, temp}, 0xf7, 0xff, 397);
+  std::vector<uint8_t> thr(512, 0);
+  thr[2 + 12] = 9;  // slot 1 lists 9 (slot 0 of the data page), slot 2 lists 194
+  thr[3 + 12] = 7;
+  thr[2 + 24] = 194;
+  thr[3 + 24] = 3;
   SmartReading r;
-  ASSERT_TRUE(ata_smart_parse_data(page.data(), page.size(), 30, 0, r));
+  ASSERT_TRUE(ata_smart_parse_pages(page.data(), page.size(), thr.data(), thr.size(), 30, 0, r));
   ASSERT_EQ(r.attrs.size(), 2u) << "the id-0 slot is skipped, the one after it read";
   EXPECT_EQ(r.attrs[0].raw, 0x010000002710ull) << "48 bits, little-endian";
   EXPECT_EQ(r.attrs[1].raw, 42u) << "194 keeps its low 16 bits";
+  EXPECT_EQ(r.attrs[0].thresh, 7) << "by id, not by slot";
+  EXPECT_EQ(r.attrs[1].thresh, 3);
   EXPECT_EQ(r.temperature, 42);
   EXPECT_EQ(r.test_status, 15);
   EXPECT_EQ(r.test_progress, 30);
@@ -139,22 +146,14 @@ TEST(AtaSmartPageTest, SlotsRawValuesAndSelfTestBytes) {
   EXPECT_TRUE(r.checksum_ok);
 
   SmartReading two;
-  ata_smart_parse_data(page.data(), page.size(), 2, 0, two);
+  ata_smart_parse_pages(page.data(), page.size(), thr.data(), thr.size(), 2, 0, two);
   EXPECT_EQ(two.attrs.size(), 1u) << "the list size bounds slots, not entries";
   page[100] ^= 1;
   SmartReading damaged;
-  ata_smart_parse_data(page.data(), page.size(), 30, 0, damaged);
+  ata_smart_parse_pages(page.data(), page.size(), thr.data(), thr.size(), 30, 0, damaged);
   EXPECT_FALSE(damaged.checksum_ok);
-  EXPECT_FALSE(ata_smart_parse_data(page.data(), 511, 30, 0, damaged));
-
-  std::vector<uint8_t> thr(512, 0);
-  thr[2 + 12] = 9;  // slot 1 lists 9, slot 0 lists 194
-  thr[3 + 12] = 7;
-  thr[2] = 194;
-  thr[3] = 3;
-  ASSERT_TRUE(ata_smart_apply_thresholds(thr.data(), thr.size(), r));
-  EXPECT_EQ(r.attrs[0].thresh, 7) << "by id, not by slot";
-  EXPECT_EQ(r.attrs[1].thresh, 3);
+  EXPECT_FALSE(ata_smart_parse_pages(page.data(), 511, thr.data(), thr.size(), 30, 0, damaged));
+  EXPECT_FALSE(ata_smart_parse_pages(page.data(), page.size(), thr.data(), 511, 30, 0, damaged));
 }
 
 // Sense of RETURN STATUS: descriptor format with the ATA Status Return descriptor.

@@ -18,8 +18,8 @@ int decode(const unsigned char* data, int data_len, const unsigned char* thresho
       thresholds_len < static_cast<int>(kAtaSmartPageSize))
     return -1;
   SmartReading r;
-  if (!ata_smart_parse_data(data, static_cast<size_t>(data_len), size, 0, r) ||
-      !ata_smart_apply_thresholds(thresholds, static_cast<size_t>(thresholds_len), r))
+  if (!ata_smart_parse_pages(data, static_cast<size_t>(data_len), thresholds,
+                             static_cast<size_t>(thresholds_len), size, 0, r))
     return -1;
   out->verdict = ata_smart_threshold_exceeded(r) ? 1 : 0;
   out->temperature = r.temperature;

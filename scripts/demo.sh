@@ -110,6 +110,8 @@ hal smart test 0/4 short
 hal smart 0/4 --json | grep -A5 '"self_test"'
 hal smart policy
 hal smart "$unit/1"
+echo "a failing SAS disk (Informational Exceptions) and a failing NVMe disk (critical warning):"
+hal smart "$unit/2" | grep -E "^(bay|verdict|type) "
 hal smart root_cache/1
 echo "saved pages decode on their own (a failing drive's):"
 hal smart --from-pages tests/data/external/libblockdev-smart-dumps/pages WDC_WD20EARS-00MVWB0 | head -12

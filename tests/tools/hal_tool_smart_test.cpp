@@ -60,39 +60,23 @@ TEST_F(HalToolSmart, HealthyFailingAndSleepingDisks) {
   EXPECT_EQ(hal_tool({"smart", "0/7"}).exit_code, 1) << "an empty bay";
   EXPECT_EQ(hal_tool({"smart", "0/5", "--cached"}).exit_code, 1) << "never read";
   EXPECT_EQ(hal_tool({"smart", "nobay"}).exit_code, 2);
+
+  // Bay 3's saved pages decode to what the disk answered.
+  json saved = query({"smart", "--from-pages", std::string(BAYHAL_SOURCE_DIR) + "/examples/appliances/smart",
+                      "WDC_WD20EARS-00MVWB0"})["smart"];
+  EXPECT_EQ(saved["attributes"], query({"smart", "0/3"})["smart"]["attributes"]);
+  EXPECT_EQ(saved["verdict"], "threshold exceeded");
 }
 
-// The pages of the failing drive the appliance's bay 3 holds, decoded on their own (no
-// appliance needed), against the reference decode of the same capture.
+// Saved pages of a real drive on their own (no appliance needed), damaged, cut short, missing.
 using HalToolSmartPages = ApplianceTest;
 
-TEST_F(HalToolSmartPages, DecodeAsTheReferenceAndDamageIsReported) {
+TEST_F(HalToolSmartPages, IdentityChecksumsAndBadFiles) {
   json r = query({"smart", "--from-pages", kPages, "WDC_WD20EARS-00MVWB0"})["smart"];
   EXPECT_EQ(r["model"], "WDC WD20EARS-00MVWB0");
-  EXPECT_EQ(r["verdict"], "threshold exceeded");
+  EXPECT_EQ(r["serial"], "WD-WMAZA0075739");
   EXPECT_TRUE(r["checksum_ok"].get<bool>());
-  std::ifstream tsv(std::string(BAYHAL_SOURCE_DIR) + "/tests/data/external/libblockdev-smart-dumps/expected_attributes.tsv");
-  std::string drive, name, hex, rest;
-  unsigned id, value, worst, threshold;
-  size_t k = 0;
-  while (tsv >> drive) {
-    if (drive != "WDC_WD20EARS-00MVWB0" || !(tsv >> id >> name >> value >> worst >> threshold >> hex)) {
-      std::getline(tsv, rest);
-      continue;
-    }
-    std::getline(tsv, rest);
-    ASSERT_LT(k, r["attributes"].size());
-    const json& a = r["attributes"][k++];
-    unsigned long long raw = 0;
-    for (int i = id == 194 ? 1 : 5; i >= 0; --i) raw = raw << 8 | std::stoull(hex.substr(2 * i, 2), nullptr, 16);
-    EXPECT_EQ(a["id"], id);
-    EXPECT_EQ(a["value"], value);
-    EXPECT_EQ(a["worst"], worst);
-    EXPECT_EQ(a["threshold"], threshold);
-    EXPECT_EQ(a["raw"], raw) << id;
-  }
-  EXPECT_EQ(k, r["attributes"].size());
-  EXPECT_GT(k, 10u);
+  EXPECT_EQ(r["attributes"].size(), 17u);
 
   // One byte changed, as a USB bridge may; a file cut short; a missing one.
   std::string dir = root.path("/pages");

@@ -1,6 +1,5 @@
 // The PD_* query interface: getters, enumeration, translations, names.
 #include <cstdlib>
-#include <functional>
 #include <set>
 
 #include "bayhal/Ini_Conf.h"

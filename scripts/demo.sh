@@ -146,11 +146,13 @@ echo "PCIe slot m2a's attention indicator: $(cat "$root/sys/bus/pci/slots/m2a/at
 hal disk led root_cache 1 fault off
 hal locate root_usb 1 on
 
-step "the front panel through GPIO_*: status-LED events, the buzzer, the buttons and supplies"
+step "the front panel through GPIO_*: status-LED events, LED brightness, the buzzer, the buttons and supplies"
 hal led event 0x1000 on
 halsim board | grep status_led
 hal led event 0 off
 halsim board | grep status_led
+hal led brightness 40
+halsim board | grep led_brightness
 hal buzzer 2
 echo "the beeps the controller heard (length, silence before):"
 "$sim" --root "$root" board | sed -n '/buzzer_beeps/,/chip/p' | grep after_ms

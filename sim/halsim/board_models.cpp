@@ -223,6 +223,8 @@ json BoardModels::ec_status() const {
     supplies.push_back({{"supply", n}, {"good", (ec.reg(0x0045) >> n & 1) != 0}});
   return {{"chip", "IT8528"},
           {"status_led", ec_led_name(ec.status_led())},
+          // Percent, while the LEDs are dimmed by PWM (bit 4 of 0x245).
+          {"led_brightness", (ec.reg(0x0245) & 0x10) ? json(ec.reg(0x0243)) : json()},
           {"buttons", {{"usb_copy", (ec.reg(0x0143) & 0x04) != 0}}},
           {"fans", fans},
           {"temperatures", temps},

@@ -61,17 +61,14 @@ TEST_F(SioTest, PinsAreActiveLowOnEveryFamilyAndTheBaseIsReadOnce) {
   for (Case c : {Case{Chip::kIt87, "IT87", 52, 21}, Case{Chip::kF71869A, "F71869A", 34, 7},
                  Case{Chip::kF81866A, "F81866A", 45, 13}}) {
     sim::SuperIoModel& m = fit(c.chip, c.name);
-    ASSERT_EQ(sio_sys_set_gpio_val(c.led_pin, 1), 0) << c.name;
-    EXPECT_EQ(m.led(c.led_pin), Led::kOn) << c.name;
-    ASSERT_EQ(sio_sys_set_gpio_val(c.led_pin, 0), 0);
-    EXPECT_EQ(m.led(c.led_pin), Led::kOff) << c.name;
     int v = -1;
-    m.press(c.button_pin, true);
-    ASSERT_EQ(sio_sys_get_gpio_val(c.button_pin, &v), 0);
-    EXPECT_EQ(v, 1) << c.name;
-    m.press(c.button_pin, false);
-    ASSERT_EQ(sio_sys_get_gpio_val(c.button_pin, &v), 0);
-    EXPECT_EQ(v, 0) << c.name;
+    for (int on : {1, 0}) {
+      ASSERT_EQ(sio_sys_set_gpio_val(c.led_pin, on), 0) << c.name;
+      EXPECT_EQ(m.led(c.led_pin), on ? Led::kOn : Led::kOff) << c.name;
+      m.press(c.button_pin, on == 1);
+      ASSERT_EQ(sio_sys_get_gpio_val(c.button_pin, &v), 0);
+      EXPECT_EQ(v, on) << c.name;
+    }
     int entries = m.entries();
     ASSERT_EQ(sio_sys_get_gpio_val(c.button_pin, &v), 0);
     EXPECT_EQ(m.entries(), entries) << c.name << ": a read with the base cached needs no configuration mode";

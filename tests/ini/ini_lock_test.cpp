@@ -1,6 +1,5 @@
 // The write lock: handles, the holder's own gets and sets, waiters, lock-file removal.
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <sys/mman.h>
@@ -63,17 +62,15 @@ TEST_F(IniLock, HolderGetsAndSetsWithoutDeadlockOrLosingTheLock) {
   // Closing some other descriptor of the lock file (the classic fcntl trap) changes nothing.
   ::close(::open(root.path("/tmp/.px_lock_file.lck").c_str(), O_RDWR));
   // Still held: another process cannot take it now.
-  pid_t child = ::fork();
-  if (child == 0) {
-    int fd = ::open(root.path("/tmp/.px_lock_file.lck").c_str(), O_RDWR);
-    struct flock fl {};
-    fl.l_type = F_WRLCK;
-    fl.l_len = 1;
-    ::_exit(::fcntl(fd, F_OFD_SETLK, &fl) == 0 ? 1 : 0);
-  }
-  int status = 0;
-  ::waitpid(child, &status, 0);
-  EXPECT_EQ(WEXITSTATUS(status), 0) << "the lock was lost while the holder wrote";
+  EXPECT_EQ(join(spawn([&] {
+              int fd = ::open(root.path("/tmp/.px_lock_file.lck").c_str(), O_RDWR);
+              struct flock fl {};
+              fl.l_type = F_WRLCK;
+              fl.l_len = 1;
+              return ::fcntl(fd, F_OFD_SETLK, &fl) == 0 ? 1 : 0;
+            })),
+            0)
+      << "the lock was lost while the holder wrote";
   EXPECT_EQ(MVC_Lock_File_Removable_After_Unlock(lock), 1);
   EXPECT_EQ(Ini_Conf_Unlock_File(lock), 0);
   EXPECT_EQ(Ini_Conf_Remove_LCK_File(kFile), 0);

@@ -2,6 +2,8 @@
 // FRU board areas and PCI configuration space.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "model/fru.h"
 #include "model/pci_identity.h"
 #include "model/smbios.h"
@@ -101,11 +103,9 @@ TEST(Fru, BoardAreaFieldsAreDecodedInEveryEncoding) {
   b.file_id = "02";  // one character would read as the end marker 0xC1
   auto info = fru::parse_board(test::fru_image(b));
   ASSERT_TRUE(info);
-  EXPECT_EQ(info->manufacturer, "Acme Backplanes");
-  EXPECT_EQ(info->product, "8-bay SATA backplane");
-  EXPECT_EQ(info->serial, "BP0001");
-  EXPECT_EQ(info->part_number, "BP-8SATA-A");
-  EXPECT_EQ(info->file_id, "02");
+  EXPECT_EQ(info->manufacturer + "|" + info->product + "|" + info->serial + "|" + info->part_number +
+                "|" + info->file_id,
+            "Acme Backplanes|8-bay SATA backplane|BP0001|BP-8SATA-A|02");
 
   // Board area by hand: manufacturer in 6-bit ASCII ("ABCD"), product in BCD plus ("12-4").
   Bytes area{0x01, 0x02, 0x00, 0, 0, 0, 0x83, 0xA1, 0x38, 0x92, 0x42, 0x12, 0xB4, 0xC1};
@@ -144,11 +144,8 @@ TEST(PciConfig, IdentityFromTheStandardHeader) {
   cfg[0x2C] = 0x49, cfg[0x2D] = 0x18, cfg[0x2E] = 0x0f, cfg[0x2F] = 0x3e;
   auto id = parse_pci_config(cfg);
   ASSERT_TRUE(id);
-  EXPECT_EQ(id->vendor, 0x8086);
-  EXPECT_EQ(id->device, 0x3e0f);
-  EXPECT_EQ(id->class_code, 0x060000u);
-  EXPECT_EQ(id->subsystem_vendor, 0x1849);
-  EXPECT_EQ(id->subsystem_device, 0x3e0f);
+  EXPECT_EQ(std::tuple(id->vendor, id->device, id->class_code, id->subsystem_vendor, id->subsystem_device),
+            std::tuple(0x8086, 0x3e0f, 0x060000u, 0x1849, 0x3e0f));
 
   Bytes bridge = cfg;
   bridge[0x0E] = 0x81;  // type 1 header, multi-function: no subsystem at 0x2C

@@ -33,12 +33,9 @@ TEST(HalsimFrames, DeviceCommandSurvivesTheTrip) {
   ASSERT_TRUE(req);
   auto q = frame::parse_device_request(*req);
   ASSERT_TRUE(q);
-  EXPECT_EQ(q->device, "/dev/sg3");
-  EXPECT_EQ(q->cmd.cdb_len, 6);
-  EXPECT_EQ(q->cmd.cdb[4], 36);
+  EXPECT_EQ(std::tuple(q->device, q->cmd.cdb_len, q->cmd.cdb[4], q->cmd.timeout_ms, q->cmd.nvme.cdw15),
+            std::tuple("/dev/sg3", 6, 36, 1234u, 0xdeadbeefu));
   EXPECT_EQ(q->cmd.dir, XferDir::kFromDevice);
-  EXPECT_EQ(q->cmd.timeout_ms, 1234u);
-  EXPECT_EQ(q->cmd.nvme.cdw15, 0xdeadbeefu);
   ASSERT_EQ(q->data.size(), 36u);
 
   // The far side answers; its answer lands in the caller's buffer and fields.
@@ -50,10 +47,8 @@ TEST(HalsimFrames, DeviceCommandSurvivesTheTrip) {
   q->data[8] = 'B';
   auto reply = frame::device_reply(0, q->cmd, q->data);
   EXPECT_EQ(frame::parse_device_reply(reply, c), 0);
-  EXPECT_EQ(c.status, kScsiCheckCondition);
-  EXPECT_EQ(c.sense_key(), 0x05);
-  EXPECT_EQ(c.residual, 6);
-  EXPECT_EQ(buf[8], 'B');
+  EXPECT_EQ(std::tuple(c.status, c.sense_key(), c.residual, buf[8]),
+            std::tuple(kScsiCheckCondition, 0x05, 6, 'B'));
 
   // A failed submit carries its errno and no data.
   buf[8] = 0;

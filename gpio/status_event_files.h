@@ -14,8 +14,9 @@ struct EventState {
 
 // Opens (creating, mode 0700) both files, takes the flock, reads the state, lets `change`
 // compute the new one, writes it and releases the lock. Returns {old, new}; nullopt when a
-// file cannot be opened or locked (nothing is changed then). Each file is replaced whole or
-// not at all, so a writer that dies midway leaves no torn value.
+// file cannot be opened or locked (nothing is changed then). The counter is renamed into
+// place and the bitmap rewritten by one write of fixed length, so a writer that dies midway
+// leaves no torn value.
 struct EventUpdate {
   EventState before, after;
 };

@@ -1,12 +1,14 @@
 #include "disk_sys/pd_identity.h"
 
 #include <cstring>
+#include <optional>
 #include <vector>
 
 #include "disk_sys/ata_identify.h"
 #include "disk_sys/device_commands.h"
 #include "disk_sys/nvme_identify.h"
 #include "disk_sys/scsi_pages.h"
+#include "enc_sys/vpd_serial.h"
 #include "foundation/sysfs.h"
 #include "foundation/text.h"
 
@@ -88,10 +90,10 @@ void fill_scsi(const std::string& ctrl, const InquiryData& inq, const DiskPaths&
   copy_field(info->revision, sizeof info->revision, inq.revision);
   std::vector<uint8_t> page(512);
   size_t got = 0;
-  std::string serial;
+  std::optional<std::string> serial;
   if (scsi_inquiry(ctrl, 0x80, page.data(), 512, &got) == 0 &&
-      scsi_parse_vpd_serial(page.data(), got, serial) && !serial.empty()) {
-    copy_field(info->serial_no, sizeof info->serial_no, serial);
+      (serial = parse_vpd_serial(page.data(), got)) && !serial->empty()) {
+    copy_field(info->serial_no, sizeof info->serial_no, *serial);
     info->capabilities |= PD_CAP_SERIAL;
   }
   uint8_t naa[16];

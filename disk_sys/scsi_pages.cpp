@@ -19,16 +19,6 @@ bool scsi_parse_inquiry(const uint8_t* data, size_t len, InquiryData& out) {
   return r.ok();
 }
 
-bool scsi_parse_vpd_serial(const uint8_t* data, size_t len, std::string& serial) {
-  serial.clear();
-  ByteReader r(data, len);
-  if (!r.has(0, 4) || r.u8(1) != 0x80) return false;
-  size_t n = r.be16(2);
-  if (!r.has(4, n)) return false;
-  serial = r.ascii(4, n);
-  return true;
-}
-
 size_t scsi_parse_vpd_naa(const uint8_t* data, size_t len, uint8_t out[16]) {
   ByteReader r(data, len);
   if (!r.has(0, 4) || r.u8(1) != 0x83) return 0;

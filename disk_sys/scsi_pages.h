@@ -1,6 +1,7 @@
-// Decoding of SCSI replies: standard INQUIRY, the VPD pages discovery reads (0x80 unit
-// serial number, 0x83 device identification, 0xB1 block device characteristics) and READ
-// CAPACITY. Every decoder takes the bytes the device returned and their count.
+// Decoding of SCSI replies: standard INQUIRY, the VPD pages disk discovery reads (0x83 device
+// identification, 0xB1 block device characteristics; the 0x80 serial is enc_sys/vpd_serial.h,
+// shared with enclosures) and READ CAPACITY. Every decoder takes the bytes the device
+// returned and their count.
 #pragma once
 #include <cstddef>
 #include <cstdint>
@@ -20,9 +21,6 @@ struct InquiryData {
 
 // False when fewer than 36 bytes arrived.
 bool scsi_parse_inquiry(const uint8_t* data, size_t len, InquiryData& out);
-
-// VPD 0x80: the serial text. False when the page is not 0x80 or is cut short.
-bool scsi_parse_vpd_serial(const uint8_t* data, size_t len, std::string& serial);
 
 // VPD 0x83: the logical unit's NAA designator (association 0, type 3), 8 or 16 bytes.
 // Returns its length, 0 when the page holds none or is malformed.

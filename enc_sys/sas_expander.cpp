@@ -136,7 +136,8 @@ std::string find_ses_unit(const std::string& dir) {
 void fill_ses(const std::string& unit, SE_ENC_INFO* info) {
   std::vector<std::string> sg = sysfs_list(unit + "/scsi_generic");
   if (!sg.empty()) copy_out(sg.front(), info->real_sys_id, sizeof info->real_sys_id);
-  if (auto serial = parse_vpd_serial(read_head(unit + "/vpd_pg80", 4096).value_or("")))
+  std::string page = read_head(unit + "/vpd_pg80", 4096).value_or("");
+  if (auto serial = parse_vpd_serial(page.data(), page.size()))
     copy_out(*serial, info->serial, sizeof info->serial);
   auto slots = sysfs_read("/sys/class/enclosure/" + base_name(unit) + "/components");
   if (slots) info->max_disk_num = std::atoi(slots->c_str());

@@ -1,4 +1,4 @@
-// INQUIRY, VPD 0x80/0x83/0xB1 and READ CAPACITY replies: every decoder gets the same bytes.
+// INQUIRY, VPD 0x83/0xB1 and READ CAPACITY replies: every decoder gets the same bytes.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -8,8 +8,6 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   bayhal::InquiryData inq;
   bayhal::scsi_parse_inquiry(data, size, inq);
-  std::string serial;
-  bayhal::scsi_parse_vpd_serial(data, size, serial);
   uint8_t naa[16];
   bayhal::scsi_parse_vpd_naa(data, size, naa);
   int rotation = 0, form = 0;

@@ -315,7 +315,7 @@ TEST_F(EncDiscoveryTest, RealExpanderRecordWithItsSesDevice) {
   EXPECT_EQ(info.link_speed, 6);
 }
 
-TEST(VpdSerialTest, ParsesOnlyWellFormedPages) {
+TEST(VpdSerialTest, ParsesOnlyWellFormedPagesAsDeviceText) {
   using namespace std::string_literals;
   struct Row { std::string bytes; std::optional<std::string> serial; };
   for (const Row& r : {Row{"\x00\x80\x00\x04" "AB12"s, "AB12"},
@@ -323,10 +323,10 @@ TEST(VpdSerialTest, ParsesOnlyWellFormedPages) {
                        Row{"\x00\x80\x00\x00"s, ""},
                        Row{"\x00\x83\x00\x04" "AB12"s, std::nullopt},
                        Row{"\x00\x80\x00\x09" "AB12"s, std::nullopt},
-                       Row{"\x00\x80\x00\x02" "A\x01"s, std::nullopt},
+                       Row{"\x00\x80\x00\x04" "A\x01\x00" "B"s, "A? B"},
                        Row{"\x00\x80\x00"s, std::nullopt},
                        Row{""s, std::nullopt}}) {
-    EXPECT_EQ(parse_vpd_serial(r.bytes), r.serial);
+    EXPECT_EQ(parse_vpd_serial(r.bytes.data(), r.bytes.size()), r.serial);
   }
 }
 

@@ -8,6 +8,7 @@
 #include "disk_sys/device_commands.h"
 #include "disk_sys/nvme_identify.h"
 #include "disk_sys/scsi_pages.h"
+#include "enc_sys/vpd_serial.h"
 #include "sim/ata_disk_model.h"
 #include "sim/nvme_model.h"
 #include "sim/scsi_disk_models.h"
@@ -46,9 +47,7 @@ TEST_F(DeviceModelTest, SataDiskAnswersThroughTheTranslationLayer) {
   uint8_t page[600] = {};
   size_t got = 0;
   ASSERT_EQ(scsi_inquiry("/dev/sg1", 0x80, page, sizeof page, &got), 0);
-  std::string serial;
-  ASSERT_TRUE(scsi_parse_vpd_serial(page, got, serial));
-  EXPECT_EQ(serial, spec.serial);
+  EXPECT_EQ(parse_vpd_serial(page, got), spec.serial);
   ASSERT_EQ(scsi_inquiry("/dev/sg1", 0x83, page, sizeof page, &got), 0);
   uint8_t naa[16];
   ASSERT_EQ(scsi_parse_vpd_naa(page, got, naa), 8u);

@@ -1,1 +1,0 @@
-bayhal_add_fuzz(fuzz_enc_vpd_serial enc_vpd_serial_fuzz.cpp)

@@ -1,0 +1,1 @@
+bayhal_add_fuzz(fuzz_vpd_serial vpd_serial_fuzz.cpp)

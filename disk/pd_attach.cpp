@@ -18,6 +18,7 @@
 #include "foundation/command_runner.h"
 #include "foundation/c_boundary.h"
 #include "foundation/export.h"
+#include "foundation/udev_tag.h"
 
 namespace bayhal {
 
@@ -100,14 +101,9 @@ BAYHAL_EXPORT int PD_Sys_Attach(const char* enc_sys_id, const char* pd_sys_id) t
             pd_sys_id != nullptr ? pd_sys_id : "(null)");
   int rc = bayhal::pd_attach(enc_sys_id, pd_sys_id);
   if (rc < 0) return rc;
-  std::string env = std::string("--env=") + pd_sys_id + "=" + enc_sys_id;
-  // Logged as the command line; run without a shell since both names are device text.
-  char line[160];
-  std::snprintf(line, sizeof line, "%s control --env=%s=%s", "/sbin/udevadm", pd_sys_id,
-                enc_sys_id);
-  bayhal::runner().exec({"/sbin/udevadm", "control", env});
+  std::string line = bayhal::udev_tag(pd_sys_id, enc_sys_id);
   ERR_TRACE(HAL_TRACE_INFO,
             "%s(%d):enc_sys_id = %s, pd_sys_id = %s attach, run udev cmd = \"%s\"\n", __func__,
-            __LINE__, enc_sys_id, pd_sys_id, line);
+            __LINE__, enc_sys_id, pd_sys_id, line.c_str());
   return 0;
 } BAYHAL_C_BOUNDARY(-1)

@@ -14,7 +14,7 @@
 #include "disk_sys/sas_expander_enc.h"
 #include "enc_sys/enc_discovery.h"
 #include "enc_sys/sas_expander.h"
-#include "foundation/command_runner.h"
+#include "foundation/udev_tag.h"
 
 namespace bayhal {
 namespace {
@@ -29,15 +29,11 @@ std::optional<std::vector<SlotHit>> disks_of(std::string_view e) {
 
 // The device manager learns each disk's enclosure, when it runs.
 void tag_for_udev(const char* enc_sys_id, const std::vector<std::string>& names) {
-  if (names.empty() || exit_code_of(runner().shell("pidof udevd 1 > /dev/null 2 >& 1")) != 0)
-    return;
+  if (names.empty() || !udevd_running()) return;
   for (const auto& name : names) {
-    std::string env = "--env=" + name + "=" + enc_sys_id;
-    std::string line = "/sbin/udevadm control " + env;
+    std::string line = udev_tag(name, enc_sys_id);
     ERR_TRACE(HAL_TRACE_INFO, "%s(%d):enc_sys_id = %s,pd_sys_id = %s attach, run udev cmd = %s\n",
               "pd_sys_enumerate", __LINE__, enc_sys_id, name.c_str(), line.c_str());
-    // The names come from sysfs and the caller: argv form, no shell.
-    runner().exec({"/sbin/udevadm", "control", env});
   }
 }
 

@@ -16,6 +16,7 @@
 #include "enclosure/enc_conf.h"
 #include "foundation/command_runner.h"
 #include "foundation/sysroot.h"
+#include "foundation/udev_tag.h"
 #include "model/model_keys.h"
 
 namespace bayhal {
@@ -77,11 +78,8 @@ void list_pcie_slots(Listing& list, int sas_first, int sas_found) {
 }
 
 void tag_sas_expanders(const Listing& list, int sas_first, int sas_found) {
-  for (int i = sas_first; i < sas_first + sas_found; ++i) {
-    if (runner().shell("pidof udevd 1 > /dev/null 2 >& 1") != 0) continue;
-    std::string env = std::string("--env=") + list.names()[i] + "=enc";
-    runner().exec({"/sbin/udevadm", "control", env});
-  }
+  if (sas_found <= 0 || !udevd_running()) return;
+  for (int i = sas_first; i < sas_first + sas_found; ++i) udev_tag(list.names()[i], "enc");
 }
 
 }  // namespace

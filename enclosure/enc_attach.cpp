@@ -12,9 +12,9 @@
 #include "enclosure/enc_hzr.h"
 #include "enclosure/enc_ids.h"
 #include "enclosure/enc_store.h"
-#include "foundation/command_runner.h"
 #include "foundation/c_boundary.h"
 #include "foundation/export.h"
+#include "foundation/udev_tag.h"
 #include "mcu/mcu_services.h"
 
 namespace bayhal {
@@ -132,10 +132,7 @@ BAYHAL_EXPORT int SE_Sys_Attach(const char* enc_sys_id, int notify) try {
   if (!usable_identity(enc_sys_id, __func__)) return -1;
   int ret = se_attach(enc_sys_id, notify, nullptr);
   if (ret < 0) return ret;
-  // The identity came from the caller: it goes to udevadm as one argument, never to a shell.
-  std::string env = std::string("--env=") + enc_sys_id + "=enc";
-  std::string cmd = std::string("/sbin/udevadm control ") + env;
-  runner().exec({"/sbin/udevadm", "control", env});
+  std::string cmd = udev_tag(enc_sys_id, "enc");
   ERR_TRACE(HAL_TRACE_INFO, "%s(%d):enc_sys_id = %s attach, run udevadm = %s\n", __func__,
             __LINE__, enc_sys_id, cmd.c_str());
   return 0;

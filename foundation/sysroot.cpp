@@ -60,9 +60,18 @@ bool is_unrooted_path(std::string_view path) {
   return true;
 }
 
+namespace {
+
+// What goes before `path`: the root for an absolute path that is not a live process entry.
+std::string_view root_for(std::string_view path) {
+  if (path.empty() || path.front() != '/' || is_unrooted_path(path)) return {};
+  return sys_root();
+}
+
+}  // namespace
+
 SysPath::SysPath(std::string_view path) {
-  std::string_view root;
-  if (!path.empty() && path.front() == '/' && !is_unrooted_path(path)) root = sys_root();
+  std::string_view root = root_for(path);
   if (root.size() + path.size() + 1 > sizeof(buf_)) {
     ok_ = false;
     buf_[0] = '\0';
@@ -76,8 +85,7 @@ SysPath::SysPath(std::string_view path) {
 }
 
 std::string sys_path(std::string_view path) {
-  if (path.empty() || path.front() != '/' || is_unrooted_path(path)) return std::string(path);
-  std::string out(sys_root());
+  std::string out(root_for(path));
   out.append(path);
   return out;
 }

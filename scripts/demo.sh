@@ -27,8 +27,9 @@ trap cleanup EXIT
 
 step() { printf '\n\033[1m== %s\033[0m\n' "$*"; }
 # Shows a command, runs it, and goes on when it fails: the demo reports, it does not hide.
+# The command line goes to stderr so that a filter on the output keeps it in view.
 show() {
-  printf '\033[2m$ %s\033[0m\n' "$*"
+  printf '\033[2m$ %s\033[0m\n' "$*" >&2
   "$@" || printf '\033[33m(exit %d)\033[0m\n' "$?"
 }
 hal() { show "$tool" --root "$root" "$@"; }

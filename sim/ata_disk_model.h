@@ -64,7 +64,9 @@ class SataDiskModel : public ScsiModel, public SpinningDisk {
   void set_smart_status(bool ok) { smart_ok_ = ok; }
   // Answers READ LOG EXT / SMART READ LOG of `address` with `pages` (512 bytes each).
   void set_log(uint8_t address, std::vector<uint8_t> pages) { logs_[address] = std::move(pages); }
-  // ATA commands received through pass-through, in order (for tests).
+  // The latest ATA commands received through pass-through, in order (for tests); at most
+  // kAtaLogKeep.
+  static constexpr size_t kAtaLogKeep = 4096;
   const std::vector<uint8_t>& ata_commands() const { return ata_log_; }
 
   // The ATA side, also reached through a USB bridge.

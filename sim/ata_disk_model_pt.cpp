@@ -55,6 +55,9 @@ void data_in(DeviceCommand& cmd, const std::vector<uint8_t>& page) {
 
 void SataDiskModel::ata_pass_through(DeviceCommand& cmd) {
   Regs r = decode(cmd);
+  // halsim's disks live as long as the daemon: keep the recent commands only.
+  if (ata_log_.size() >= kAtaLogKeep)
+    ata_log_.erase(ata_log_.begin(), ata_log_.begin() + kAtaLogKeep / 2);
   ata_log_.push_back(r.command);
   bool smart_sig = r.lba_mid == 0x4f && r.lba_high == 0xc2;
   bool smart = identify_[164] & 1;  // word 82 bit 0

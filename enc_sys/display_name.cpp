@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "enclosure/enc_conf.h"
-#include "enclosure/enc_ids.h"
+#include "bayhal/SE.h"
+#include "enc_sys/display_name.h"
 #include "foundation/text.h"
 
 namespace bayhal {

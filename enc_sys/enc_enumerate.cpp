@@ -13,10 +13,10 @@
 #include "enc_sys/pcie_slots.h"
 #include "enc_sys/private_backends.h"
 #include "enc_sys/sas_expander.h"
-#include "enclosure/enc_conf.h"
 #include "foundation/command_runner.h"
 #include "foundation/sysroot.h"
 #include "foundation/udev_tag.h"
+#include "ini/conf_read.h"
 #include "model/model_keys.h"
 
 namespace bayhal {

@@ -8,7 +8,7 @@
 
 #include "enc_sys/enc_fill.h"
 #include "enc_sys/enc_kind.h"
-#include "enclosure/enc_conf.h"
+#include "foundation/text.h"
 #include "ini/ini_store.h"
 #include "model/model_conf.h"
 #include "model/model_keys.h"

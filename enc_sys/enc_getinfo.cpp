@@ -14,8 +14,9 @@
 #include "enc_sys/pcie_slots.h"
 #include "enc_sys/private_backends.h"
 #include "enc_sys/sas_expander.h"
-#include "enclosure/enc_conf.h"
 #include "foundation/pending.h"
+#include "foundation/text.h"
+#include "ini/conf_read.h"
 #include "mcu/mcu_services.h"
 
 namespace bayhal {

@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 
-#include "enclosure/enc_conf.h"
 #include "ini/ini_store.h"
 
 namespace bayhal {

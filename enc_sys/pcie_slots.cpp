@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "enc_sys/enc_kind.h"
-#include "enclosure/enc_conf.h"
 #include "foundation/sysfs.h"
 #include "foundation/sysroot.h"
 #include "foundation/text.h"

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "enc_sys/enc_kind.h"
-#include "enclosure/enc_conf.h"
 #include "foundation/pending.h"
 
 namespace bayhal {

@@ -12,9 +12,9 @@
 #include "bayhal/ERR_TRACE.h"
 #include "enc_sys/enc_kind.h"
 #include "enc_sys/vpd_serial.h"
-#include "enclosure/enc_conf.h"
 #include "foundation/sysfs.h"
 #include "foundation/sysroot.h"
+#include "foundation/text.h"
 #include "model/model_keys.h"
 
 namespace bayhal {

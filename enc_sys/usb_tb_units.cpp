@@ -7,11 +7,11 @@
 
 #include "bayhal/ERR_TRACE.h"
 #include "enc_sys/enc_kind.h"
+#include "enc_sys/enc_records.h"
 #include "enc_sys/expansion_units.h"
-#include "enclosure/enc_conf.h"
-#include "enclosure/enc_ids.h"
 #include "foundation/command_runner.h"
 #include "foundation/sysfs.h"
+#include "foundation/text.h"
 
 namespace bayhal {
 namespace {

@@ -5,6 +5,8 @@
 #include <string_view>
 
 #include "foundation/store_files.h"
+#include "foundation/text.h"
+#include "ini/conf_read.h"
 
 namespace bayhal {
 
@@ -25,31 +27,11 @@ std::string hal_conf_in(const char* dir);
 // "/etc/enclosure_<id>.conf".
 std::string enc_disk_conf(int enc_id);
 
-// True when `text` can be part of a store key: not empty, no control characters, no '=',
-// '[' or ']' and no surrounding blanks (they would not survive a read back).
-bool valid_key_text(std::string_view text);
-
 // One key of an enclosure's hal.conf section.
 std::optional<long long> enc_get_int(int enc_id, const char* key, bool hex = false);
 std::optional<std::string> enc_get_text(int enc_id, const char* key);
 // Sets one key of a registered enclosure's section, checked and written under one lock, so
 // an unknown id (or one detached meanwhile) gets no stray section. 0, or -1 with a trace.
 int enc_set_text(const char* who, int enc_id, const char* key, std::string_view value);
-
-// Same for any INI file and section (model description, sysdef, ...).
-std::optional<long long> conf_get_int(const char* file, const char* section, const char* key,
-                                      bool hex = false);
-std::optional<std::string> conf_get_text(const char* file, const char* section,
-                                         const char* key);
-
-bool starts_with(const char* text, std::string_view prefix);
-
-// The low 32 bits (the disk slots) of a store bitmap ("0x" and hexadecimal digits); 0 for
-// null.
-unsigned bitmap_low32(const std::string_view* text);
-
-// Copies `text` into a caller buffer, truncating and terminating; false when it did not fit
-// or the buffer is unusable.
-bool copy_out(std::string_view text, char* buf, int size);
 
 }  // namespace bayhal

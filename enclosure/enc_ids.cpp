@@ -83,12 +83,6 @@ void set_bit_once(const char* file, int enc_id) {
 
 }  // namespace
 
-int se_lookup_id(const char* enc_sys_id) {
-  if (enc_sys_id == nullptr || !valid_key_text(enc_sys_id)) return -1;
-  auto id = conf_get_int(kHalConf, kIndex, ("enc_sysid_" + std::string(enc_sys_id)).c_str());
-  return id && *id >= 0 ? static_cast<int>(*id) : -1;
-}
-
 int se_id_start_bit(const SE_ENC_INFO& info) {
   constexpr int kCacheIds = 23;
   const EncKindRow* kind = enc_kind_of(text_of(info.enc_sys_id));

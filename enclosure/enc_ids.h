@@ -5,12 +5,13 @@
 #include <cstdint>
 
 #include "bayhal/SE.h"
+#include "enc_sys/display_name.h"
+#include "enc_sys/enc_records.h"
 
 namespace bayhal {
 
 // ---- Lookups ----
-// "Index"/"enc_sysid_<enc_sys_id>" of hal.conf; -1 when absent.
-int se_lookup_id(const char* enc_sys_id);
+// se_lookup_id (enc_sys/enc_records.h): the registered id of an identity.
 // The id the persistent map remembers for the record's unique id, or -1. A hit marks the id
 // in use in hal.conf and refreshes the display name of the JBOD series.
 int se_lookup_id_in_persistent_mapping(SE_ENC_INFO* info);
@@ -52,10 +53,5 @@ int se_get_enc_pd_id(int global_pd_id, int* enc_id, int* port_id);
 int se_write_pd_wwn_index(int enc_id, int port_id, const char* wwn);
 int se_read_pd_wwn_index(const char* wwn, int* enc_id, int* port_id);
 int se_remove_pd_wwn_index(const char* wwn);
-
-// ---- Names ----
-// Display name of an enclosure from its model and serial (rule in docs/enclosures.md);
-// 0 when made, -1 otherwise.
-int se_sys_make_display_name(const char* model, const char* serial, char* name, int size);
 
 }  // namespace bayhal

@@ -26,4 +26,16 @@ int index_after(std::string_view name, std::string_view prefix) {
   return v;
 }
 
+bool starts_with(const char* text, std::string_view prefix) {
+  return text != nullptr && std::strncmp(text, prefix.data(), prefix.size()) == 0;
+}
+
+bool copy_out(std::string_view text, char* buf, int size) {
+  if (buf == nullptr || size < 1) return false;
+  size_t n = text.size() < static_cast<size_t>(size) ? text.size() : static_cast<size_t>(size) - 1;
+  std::memcpy(buf, text.data(), n);
+  buf[n] = '\0';
+  return n == text.size();
+}
+
 }  // namespace bayhal

@@ -55,6 +55,13 @@ std::string_view text_of(const char (&field)[N]) {
 // surrounded by blanks; nullopt for anything else.
 std::optional<long long> parse_number(std::string_view text);
 
+// True when the C string `text` (null: false) begins with `prefix`.
+bool starts_with(const char* text, std::string_view prefix);
+
+// Copies `text` into a caller buffer, truncating and terminating; false when it did not fit
+// or the buffer is unusable.
+bool copy_out(std::string_view text, char* buf, int size);
+
 // n of a name "<prefix><n>" (e.g. 3 for "host3" with "host"); -1 when it is not one.
 int index_after(std::string_view name, std::string_view prefix);
 
